@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "pellium/formatters/FormatInfo.h"
+
 namespace pellium {
 
 namespace {
@@ -258,6 +260,16 @@ const MappedFormats::Target* MappedFormats::getMappedFormat(std::string_view nam
     const auto it = std::lower_bound(mappedFormats.begin(), mappedFormats.end(), name,
                                      [](const Entry& entry, std::string_view key) { return entry.name < key; });
     return it != mappedFormats.end() && it->name == name ? &it->target : nullptr;
+}
+
+bool MappedFormats::applyFormatMapping(FormatInfo& info) {
+    const Target* target = info.getName() ? getMappedFormat(*info.getName()) : nullptr;
+    if (target == nullptr) {
+        return false;
+    }
+    info.setName(StringUtilities::internString(target->name));
+    info.setType(target->formatType);
+    return true;
 }
 
 }  // namespace pellium
