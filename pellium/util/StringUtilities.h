@@ -36,10 +36,11 @@ public:
     // --- Numbers ---------------------------------------------------------------------------------
 
     /// The shortest text that reads back to exactly `value` (at most 17 significant digits), laid
-    /// out the way a reader expects: plain digits from 1e-7 up to 1e21 ("100000", "0.000001",
-    /// "123.45"), an exponent outside that range ("1e+21", "1.5e-7", "-2.2250738585072014e-308").
-    /// NaN gives "NaN", the infinities "Infinity" and "-Infinity", zero "0" and negative zero "-0".
-    /// Independent of the C locale.
+    /// out as a reader expects: plain digits for magnitudes from 0.000001 up to below 1e21
+    /// ("100000", "0.000001", "123.45"), an exponent outside that range ("1e+21", "1.5e-7",
+    /// "-2.2250738585072014e-308"). NaN gives "NaN", the infinities "Infinity" and "-Infinity", zero
+    /// "0" and negative zero "-0". Independent of the C locale; createDoubleFromString reads every
+    /// result back to the same double.
     static std::string createStringFromDouble(double value);
 
     /// The integer at the start of `text`: optional leading white space, an optional sign, then
