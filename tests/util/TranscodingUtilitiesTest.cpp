@@ -100,6 +100,29 @@ TEST(TranscodingUtilities, LineBreaksAreIgnoredWhereverTheyStand) {
     }
 }
 
+// Line-broken texts are decoded in pieces; the padded end, trailing breaks and faults must be
+// handled wherever a piece ends, so texts of sizes around powers of two are tried.
+TEST(TranscodingUtilities, LineBrokenTextsDecodeAlikeWhereverTheirPiecesEnd) {
+    std::mt19937 random(2);
+    for (const std::size_t power : {std::size_t{4096}, std::size_t{16384}, std::size_t{65536}}) {
+        for (std::size_t byteCount = power * 3 / 4 - 9; byteCount <= power * 3 / 4 + 9; ++byteCount) {
+            const std::string bytes = randomBytes(random, byteCount);
+            const std::string text = TranscodingUtilities::encodeBase64(bytes);
+            std::string broken = text.substr(0, 10) + "\r\n" + text.substr(10) + std::string(byteCount % 7, '\n');
+            std::string decoded;
+            ASSERT_TRUE(TranscodingUtilities::decodeBase64(broken, decoded)) << byteCount;
+            ASSERT_EQ(decoded, bytes) << byteCount;
+            // A fault near the end, or padding inside the text, is found in a later piece too.
+            std::string faulty = broken;
+            faulty[faulty.size() - byteCount % 7 - 5] = '*';
+            EXPECT_FALSE(TranscodingUtilities::decodeBase64(faulty, decoded)) << byteCount;
+            if (text.back() == '=') {
+                EXPECT_FALSE(TranscodingUtilities::decodeBase64(broken + "\r\nAAAA", decoded)) << byteCount;
+            }
+        }
+    }
+}
+
 TEST(TranscodingUtilities, MalformedBase64IsRefusedWithoutOutput) {
     const std::vector<std::string> refused = {
         "Z",
