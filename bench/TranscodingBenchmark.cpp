@@ -2,7 +2,6 @@
 // Bytes processed are counted on the binary side, so the GB/s of encode, decode and memcpy
 // compare directly.
 #include <benchmark/benchmark.h>
-
 #include <cstring>
 #include <random>
 #include <string>
