@@ -182,6 +182,11 @@ std::shared_ptr<const LoggingConfiguration> Logger::getConfiguration() {
     return state.configuration;
 }
 
+void Logger::restoreDefaults() {
+    setSink({});
+    configure(std::shared_ptr<const LoggingConfiguration>());
+}
+
 void Logger::setSink(Sink sink) {
     if (isInsideSink) {
         return;

@@ -45,6 +45,9 @@ public:
 
     static std::shared_ptr<const LoggingConfiguration> getConfiguration();
 
+    /// Returns to the state of a fresh process: the compiled-in configuration and no sink.
+    static void restoreDefaults();
+
     /// Sends every enabled message to `sink` instead of the console and the log file; an empty
     /// sink restores them.
     static void setSink(Sink sink);
