@@ -24,7 +24,7 @@ std::shared_ptr<EventDispatcher> Event::SourceReference::lock() const {
 }
 
 Event::Event(int eventType, EventDispatcher* eventSource)
-    : type(eventType), source(eventSource), originalSource(source) {}
+    : typeNumber(eventType), deliveringSource(eventSource), raisingSource(deliveringSource) {}
 
 Event::~Event() = default;
 
@@ -33,23 +33,23 @@ std::shared_ptr<Event> Event::create(int eventType, EventDispatcher* source) {
 }
 
 std::shared_ptr<EventDispatcher> Event::getSource() const {
-    return source.lock();
+    return deliveringSource.lock();
 }
 
 std::shared_ptr<EventDispatcher> Event::getOriginalSource() const {
-    return originalSource.lock();
+    return raisingSource.lock();
 }
 
 bool Event::isSource(const EventDispatcher* object) const {
-    return source.refersTo(object);
+    return deliveringSource.refersTo(object);
 }
 
 bool Event::isOriginalSource(const EventDispatcher* object) const {
-    return originalSource.refersTo(object);
+    return raisingSource.refersTo(object);
 }
 
 bool Event::isRelayed() const {
-    return !source.hasSameAddressAs(originalSource);
+    return !deliveringSource.hasSameAddressAs(raisingSource);
 }
 
 }  // namespace pellium

@@ -30,7 +30,7 @@ public:
 
     virtual ~Event();
 
-    int getType() const { return type; }
+    int getType() const { return typeNumber; }
 
     /// The dispatcher delivering the event now: the one that raised it, or the one relaying it.
     /// Null when that dispatcher no longer exists or is not owned by a shared pointer (an event
@@ -79,9 +79,10 @@ private:
         bool isOwned = false;
     };
 
-    int type;
-    SourceReference source;
-    SourceReference originalSource;
+    // Named so that subclasses can call their constructor parameters `type` and `source`.
+    int typeNumber;
+    SourceReference deliveringSource;
+    SourceReference raisingSource;
 };
 
 }  // namespace pellium

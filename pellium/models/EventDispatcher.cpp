@@ -141,9 +141,9 @@ void EventDispatcher::dispatchEvent(const std::shared_ptr<Event>& event) {
     if (event == nullptr) {
         return;
     }
-    if (event->source.isEmpty()) {
-        event->source = Event::SourceReference(this);
-        event->originalSource = event->source;
+    if (event->deliveringSource.isEmpty()) {
+        event->deliveringSource = Event::SourceReference(this);
+        event->raisingSource = event->deliveringSource;
     }
     deliver(event);
 }
@@ -163,8 +163,8 @@ void EventDispatcher::relayEvent(const std::shared_ptr<Event>& event) {
     struct SourceRestorer {
         Event& event;
         Event::SourceReference formerSource;
-        ~SourceRestorer() { event.source = std::move(formerSource); }
-    } restorer{*event, std::exchange(event->source, Event::SourceReference(this))};
+        ~SourceRestorer() { event.deliveringSource = std::move(formerSource); }
+    } restorer{*event, std::exchange(event->deliveringSource, Event::SourceReference(this))};
     deliver(event);
 }
 

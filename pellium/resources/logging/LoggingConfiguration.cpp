@@ -182,15 +182,15 @@ private:
         }
         // Known destinations apply even when the list also names an unknown one, so that a typo
         // in one name does not silence a section.
-        std::uint8_t outputs = NO_OUTPUT;
+        std::uint8_t sectionOutputs = NO_OUTPUT;
         bool understoodEveryName = true;
         while (true) {
             const std::size_t comma = value.find(',');
             const std::string_view name = detail::trimAsciiBlanks(value.substr(0, comma));
             if (detail::equalsIgnoringAsciiCase(name, "console")) {
-                outputs |= CONSOLE;
+                sectionOutputs |= CONSOLE;
             } else if (detail::equalsIgnoringAsciiCase(name, "logfile")) {
-                outputs |= LOG_FILE;
+                sectionOutputs |= LOG_FILE;
             } else if (!name.empty() && !detail::equalsIgnoringAsciiCase(name, "none")) {
                 understoodEveryName = false;
             }
@@ -199,7 +199,7 @@ private:
             }
             value.remove_prefix(comma + 1);
         }
-        configuration.outputs[static_cast<std::size_t>(sectionLevel)] = outputs;
+        configuration.outputs[static_cast<std::size_t>(sectionLevel)] = sectionOutputs;
         return understoodEveryName;
     }
 
