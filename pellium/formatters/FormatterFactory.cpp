@@ -211,11 +211,14 @@ bool FormatterFactory::disambiguateCurrencyFormatName(std::string& name, std::st
     if (locale.size() != currencyLocaleLength || !isAmbiguousCurrencyFormatName(name)) {
         return false;
     }
-    const auto key = "currencyCode." + std::string(locale);
+    std::string key("currencyCode.");
+    key.append(locale);
     if (!ResourceManager::instance().getString(currencyBundle, key, "en_US")) {
         return false;
     }
-    name.insert(currencyPrefix.size(), "_" + std::string(locale));
+    std::string rewritten(currencyPrefix);
+    rewritten.append("_").append(locale).append(std::string_view(name).substr(currencyPrefix.size()));
+    name = std::move(rewritten);
     return true;
 }
 

@@ -61,11 +61,14 @@ bool VekFormat::isValidFormat(const SharedString& name) { return name && isValid
 
 SharedString VekFormat::getLocaleCurrencyFormat(std::string_view locale) {
     const auto trimmed = StringUtilities::trim(locale);
-    const auto code = ResourceManager::instance().getString(currencyBundle, "currencyCode." + std::string(trimmed), "en_US");
+    std::string key("currencyCode.");
+    key.append(trimmed);
+    const auto code = ResourceManager::instance().getString(currencyBundle, key, "en_US");
     if (!code) {
         return nullptr;
     }
-    auto name = "NLMNL" + *code;
+    std::string name("NLMNL");
+    name.append(*code);
     return isValidFormat(name) ? StringUtilities::internString(name) : nullptr;
 }
 
