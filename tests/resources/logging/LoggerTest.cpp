@@ -76,6 +76,15 @@ void logOneMessageAtEveryLevel() {
     }
 }
 
+// ctest runs each test in a process of its own, where this is the logger's first use: the
+// compiled-in configuration must already decide the answer.
+TEST(LoggerFirstUse, TheCompiledInLevelsApplyBeforeAnyConfiguration) {
+    EXPECT_TRUE(Logger::isEnabled(LogLevel::ERROR));
+    EXPECT_TRUE(Logger::isEnabled(LogLevel::WARNING));
+    EXPECT_FALSE(Logger::isEnabled(LogLevel::INFO));
+    EXPECT_FALSE(Logger::isEnabled(LogLevel::EVENTS));
+}
+
 TEST_F(LoggerTest, EachLevelWritesItselfAndEveryMoreSevereLevel) {
     const std::vector<std::string> allLines = {"ERROR: at ERROR", "WARNING: at WARNING", "INFO: at INFO",
                                                "DEBUG: at DEBUG"};
