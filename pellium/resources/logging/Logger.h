@@ -31,8 +31,9 @@ public:
     /// Receives each enabled message in place of the console and the log file: its level, the
     /// message as given, and the line as it would have been written, without the line end. Called
     /// under the logger's lock, one message at a time, so it needs no locking of its own; it must
-    /// not block for long. Messages that it logs itself are dropped, and configuring the logger or
-    /// changing the sink from inside it has no effect.
+    /// not block for long. Messages that it logs itself are dropped, configuring the logger or
+    /// changing the sink from inside it has no effect, and an exception it throws is swallowed, so
+    /// that a failing sink never fails the code that logged.
     using Sink = std::function<void(LogLevel::type level, std::string_view message, std::string_view line)>;
 
     Logger() = delete;
