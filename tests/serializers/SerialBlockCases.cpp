@@ -254,138 +254,78 @@ std::vector<std::uint32_t> randomAscending(std::mt19937& random, std::size_t siz
 
 }  // namespace
 
-ExpectedBytes& ExpectedBytes::marker(std::initializer_list<int> values) {
-    for (const int value : values) {
-        bytes.push_back(static_cast<char>(value));
-        roles.push_back(ByteRole::Marker);
+ExpectedBytes expect(std::string_view notation) {
+    ExpectedBytes expected;
+    const auto add = [&](char byte, ByteRole role) {
+        expected.bytes.push_back(byte);
+        expected.roles.push_back(role);
+    };
+    const auto hexByte = [](std::string_view digits) {
+        return static_cast<char>(std::stoul(std::string(digits), nullptr, 16));
+    };
+    std::istringstream tokens{std::string(notation)};
+    for (std::string token; tokens >> token;) {
+        if (token.size() == 1) {
+            add(token[0], ByteRole::Marker);
+        } else if (token[0] == '?') {
+            add(token[1], ByteRole::Presence);
+        } else if (token[0] == '!') {
+            add(hexByte(token.substr(1)), ByteRole::Marker);
+        } else if (token[0] == 'i') {
+            const auto bits = static_cast<std::uint32_t>(std::stol(token.substr(1)));
+            for (unsigned shift = 0; shift < 32; shift += 8) {
+                add(static_cast<char>((bits >> shift) & 0xFFU), ByteRole::Data);
+            }
+        } else if (token[0] == '\'') {
+            for (const char byte : token.substr(1, token.size() - 2)) {
+                add(byte, ByteRole::Data);
+            }
+        } else {
+            add(hexByte(token), ByteRole::Data);
+        }
     }
-    return *this;
-}
-
-ExpectedBytes& ExpectedBytes::presence(int value) {
-    bytes.push_back(static_cast<char>(value));
-    roles.push_back(ByteRole::Presence);
-    return *this;
-}
-
-ExpectedBytes& ExpectedBytes::data(std::initializer_list<int> values) {
-    for (const int value : values) {
-        bytes.push_back(static_cast<char>(value));
-        roles.push_back(ByteRole::Data);
-    }
-    return *this;
-}
-
-ExpectedBytes& ExpectedBytes::int32(std::int32_t value) {
-    const auto bits = static_cast<std::uint32_t>(value);
-    return data({static_cast<int>(bits & 0xFFU), static_cast<int>((bits >> 8U) & 0xFFU),
-                 static_cast<int>((bits >> 16U) & 0xFFU), static_cast<int>(bits >> 24U)});
-}
-
-ExpectedBytes bytes() {
-    return {};
+    return expected;
 }
 
 std::vector<SerialBlockCase> handWrittenCases() {
+    using Doubles = std::vector<double>;
+    using Unsigned = std::vector<std::uint32_t>;
+    using UnsignedSet = std::set<std::uint32_t>;
     return {
-        versionMarkCase(bytes().marker({'V', 1})),
-        markCase(bytes().data({0xC0}), 0xC0),
-        presenceCase(bytes().presence('g'), true, SerialMarks::OBJECT),
-        presenceCase(bytes().presence('a'), false, SerialMarks::OBJECT),
-        presenceCase(bytes().presence('f'), true, SerialMarks::VECTOR),
-        primitiveCase(bytes().marker({'c'}).data({1}), SerialMarks::TAG_C, true),
-        primitiveCase(bytes().marker({'c'}).data({0}), SerialMarks::TAG_C, false),
-        primitiveCase(bytes().marker({'b'}).data({0xFE, 0xFF, 0xFF, 0xFF}), SerialMarks::TAG_B, std::int32_t{-2}),
-        primitiveCase(bytes().marker({'c'}).data({0xEF, 0xBE, 0xAD, 0xDE}), SerialMarks::TAG_C,
-                      std::uint32_t{0xDEADBEEF}),
-        primitiveCase(bytes().marker({'b'}).data({0, 0, 0xC0, 0x3F}), SerialMarks::TAG_B, 1.5F),
-        primitiveCase(bytes().marker({'b'}).data({0, 0, 0, 0, 0, 0, 0x04, 0xC0}), SerialMarks::TAG_B, -2.5),
-        countCase(bytes().marker({'U'}).int32(3), 3),
-        stringCase(bytes().presence('a'), nullptr),
-        stringCase(bytes().presence('d').marker({'U'}).int32(2).data({'a', 'b'}), text("ab")),
-        stringCase(bytes().presence('d').marker({'U'}).int32(0), text("")),
-        stringCase(bytes().presence('d').marker({'U'}).int32(3).data({0, 0xFF, 'z'}), text(std::string("\0\xFFz", 3))),
-        primitiveVectorBodyCase(bytes().marker({'c', 'U'}).int32(2).marker({'S'}).int32(1).int32(-1).marker({'T'}),
-                                std::vector<std::int32_t>{1, -1}),
-        primitiveVectorBodyCase(bytes().marker({'c', 'U'}).int32(0).marker({'S', 'T'}), std::vector<double>{}),
-        sharedPrimitiveVectorCase(bytes().marker({'V', 1}).presence('f').marker({'c', 'U'}).int32(0).marker({'S', 'T'}),
-                                  shared(std::vector<double>{})),
-        sharedPrimitiveVectorCase(bytes().marker({'V', 1}).presence('a'), std::shared_ptr<std::vector<double>>()),
-        sharedPrimitiveVectorCase(bytes()
-                                      .marker({'V', 1})
-                                      .presence('f')
-                                      .marker({'c', 'U'})
-                                      .int32(1)
-                                      .marker({'S'})
-                                      .data({0, 0, 0xC0, 0x3F})
-                                      .marker({'T'}),
-                                  shared(std::vector<float>{1.5F})),
-        sharedPrimitiveVectorCase(
-            bytes().marker({'V', 1}).presence('f').marker({'c', 'U'}).int32(1).marker({'S'}).int32(7).marker({'T'}),
-            shared(std::vector<std::uint32_t>{7})),
-        stringVectorBodyCase(bytes()
-                                 .marker({'U'})
-                                 .int32(2)
-                                 .marker({'S'})
-                                 .presence('d')
-                                 .marker({'U'})
-                                 .int32(1)
-                                 .data({'x'})
-                                 .presence('a')
-                                 .marker({'T'}),
-                             SharedStringVector{text("x"), nullptr}),
-        sharedStringVectorCase(bytes().marker({'V', 1}).presence('a'), nullptr),
-        sharedStringVectorCase(bytes().marker({'V', 1}).presence('f').marker({'U'}).int32(0).marker({'S', 'T'}),
-                               shared(SharedStringVector{})),
-        objectVectorBodyCase(bytes()
-                                 .marker({'g', 'U'})
-                                 .int32(2)
-                                 .marker({'S'})
-                                 .presence('g')
-                                 .marker({'c'})
-                                 .int32(5)
-                                 .presence('a')
-                                 .marker({'T'}),
-                             std::vector<Boxed>{box(5), nullptr}),
-        sharedObjectVectorCase(bytes().marker({'V', 1}).presence('a'), nullptr),
-        sharedObjectVectorCase(bytes()
-                                   .marker({'V', 1})
-                                   .presence('f')
-                                   .marker({'g', 'U'})
-                                   .int32(1)
-                                   .marker({'S'})
-                                   .presence('g')
-                                   .marker({'c'})
-                                   .int32(-9)
-                                   .marker({'T'}),
-                               shared(std::vector<Boxed>{box(-9)})),
-        sharedBoolVectorCase(bytes().presence('a'), nullptr),
-        sharedBoolVectorCase(
-            bytes().presence('f').marker({'c', 'U'}).int32(3).marker({'S'}).data({1, 0, 1}).marker({'T'}),
-            shared(std::vector<bool>{true, false, true})),
-        sharedSetCase(bytes()
-                          .marker({'V', 1})
-                          .presence('e')
-                          .marker({'c', 'U'})
-                          .int32(2)
-                          .marker({'S'})
-                          .int32(1)
-                          .int32(256)
-                          .marker({'T'}),
-                      shared(std::set<std::uint32_t>{256, 1})),
-        sharedSetCase(bytes()
-                          .marker({'V', 1})
-                          .presence('e')
-                          .marker({'c', 'U'})
-                          .int32(2)
-                          .marker({'S'})
-                          .int32(0)
-                          .int32(-1)
-                          .marker({'T'}),
-                      shared(std::vector<std::uint32_t>{0, 0xFFFFFFFF})),
-        sharedSetCase(bytes().marker({'V', 1}).presence('e').marker({'c', 'U'}).int32(0).marker({'S', 'T'}),
-                      shared(std::set<std::uint32_t>{})),
-        sharedSetCase(bytes().marker({'V', 1}).presence('a'), std::shared_ptr<std::vector<std::uint32_t>>()),
+        versionMarkCase(expect("V !01")),
+        markCase(expect("C0"), 0xC0),
+        presenceCase(expect("?g"), true, SerialMarks::OBJECT),
+        presenceCase(expect("?a"), false, SerialMarks::OBJECT),
+        presenceCase(expect("?f"), true, SerialMarks::VECTOR),
+        primitiveCase(expect("c 01"), SerialMarks::TAG_C, true),
+        primitiveCase(expect("c 00"), SerialMarks::TAG_C, false),
+        primitiveCase(expect("b FE FF FF FF"), SerialMarks::TAG_B, std::int32_t{-2}),
+        primitiveCase(expect("c EF BE AD DE"), SerialMarks::TAG_C, std::uint32_t{0xDEADBEEF}),
+        primitiveCase(expect("b 00 00 C0 3F"), SerialMarks::TAG_B, 1.5F),
+        primitiveCase(expect("b 00 00 00 00 00 00 04 C0"), SerialMarks::TAG_B, -2.5),
+        countCase(expect("U i3"), 3),
+        stringCase(expect("?a"), nullptr),
+        stringCase(expect("?d U i2 'ab'"), text("ab")),
+        stringCase(expect("?d U i0"), text("")),
+        stringCase(expect("?d U i3 00 FF 'z'"), text(std::string("\0\xFFz", 3))),
+        primitiveVectorBodyCase(expect("c U i2 S i1 i-1 T"), std::vector<std::int32_t>{1, -1}),
+        primitiveVectorBodyCase(expect("c U i0 S T"), Doubles{}),
+        sharedPrimitiveVectorCase(expect("V !01 ?f c U i0 S T"), shared(Doubles{})),
+        sharedPrimitiveVectorCase(expect("V !01 ?a"), std::shared_ptr<Doubles>()),
+        sharedPrimitiveVectorCase(expect("V !01 ?f c U i1 S 00 00 C0 3F T"), shared(std::vector<float>{1.5F})),
+        sharedPrimitiveVectorCase(expect("V !01 ?f c U i1 S i7 T"), shared(Unsigned{7})),
+        stringVectorBodyCase(expect("U i2 S ?d U i1 'x' ?a T"), SharedStringVector{text("x"), nullptr}),
+        sharedStringVectorCase(expect("V !01 ?a"), nullptr),
+        sharedStringVectorCase(expect("V !01 ?f U i0 S T"), shared(SharedStringVector{})),
+        objectVectorBodyCase(expect("g U i2 S ?g c i5 ?a T"), std::vector<Boxed>{box(5), nullptr}),
+        sharedObjectVectorCase(expect("V !01 ?a"), nullptr),
+        sharedObjectVectorCase(expect("V !01 ?f g U i1 S ?g c i-9 T"), shared(std::vector<Boxed>{box(-9)})),
+        sharedBoolVectorCase(expect("?a"), nullptr),
+        sharedBoolVectorCase(expect("?f c U i3 S 01 00 01 T"), shared(std::vector<bool>{true, false, true})),
+        sharedSetCase(expect("V !01 ?e c U i2 S i1 i256 T"), shared(UnsignedSet{256, 1})),
+        sharedSetCase(expect("V !01 ?e c U i2 S i0 i-1 T"), shared(Unsigned{0, 0xFFFFFFFF})),
+        sharedSetCase(expect("V !01 ?e c U i0 S T"), shared(UnsignedSet{})),
+        sharedSetCase(expect("V !01 ?a"), std::shared_ptr<Unsigned>()),
     };
 }
 

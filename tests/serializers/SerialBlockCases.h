@@ -1,13 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 #include <functional>
-#include <initializer_list>
 #include <istream>
 #include <memory>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "pellium/serializers/SerialReader.h"
@@ -25,25 +24,13 @@ enum class ByteRole { Marker, Presence, Data };
 struct ExpectedBytes {
     std::string bytes;
     std::vector<ByteRole> roles;
-
-    ExpectedBytes& marker(std::initializer_list<int> values);
-    ExpectedBytes& presence(int value);
-    ExpectedBytes& data(std::initializer_list<int> values);
-    ExpectedBytes& int32(std::int32_t value);
-    template <typename T>
-    ExpectedBytes& raw(T value);
 };
 
-template <typename T>
-ExpectedBytes& ExpectedBytes::raw(T value) {
-    std::string copy(sizeof(T), '\0');
-    std::memcpy(copy.data(), &value, sizeof(T));
-    bytes += copy;
-    roles.insert(roles.end(), sizeof(T), ByteRole::Data);
-    return *this;
-}
-
-ExpectedBytes bytes();
+/// Bytes written the way the stream tables read, as blank-separated tokens: a single character is a
+/// marker ("V", "c"); "?f" is a presence mark; "!01" a marker given in hexadecimal (a version); two
+/// hexadecimal digits a data byte; "i-2" a little-endian signed 32-bit integer; "'ab'" text bytes.
+/// For example, an empty shared vector is "V !01 ?f c U i0 S T".
+ExpectedBytes expect(std::string_view notation);
 
 struct ReadOutcome {
     bool ok = false;

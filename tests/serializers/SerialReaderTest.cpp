@@ -12,7 +12,6 @@ namespace pellium {
 
 namespace {
 
-using test::bytes;
 using test::StreamKind;
 using test::TestInput;
 
@@ -68,45 +67,36 @@ bool readObjectsOfOneByte(SerialReader& reader) {
     });
 }
 
-std::string vectorHeader(std::int32_t count) {
-    return bytes().marker({'V', 1, 'f', 'c', 'U'}).int32(count).marker({'S'}).bytes;
-}
-
-std::string setHeader(std::int32_t count) {
-    return bytes().marker({'V', 1, 'e', 'c', 'U'}).int32(count).marker({'S'}).bytes;
+std::string bytesOf(const std::string& notation) {
+    return test::expect(notation).bytes;
 }
 
 std::vector<HostileCase> hostileCases() {
-    const std::string someBytes(12, '\x01');
+    const std::string largest = std::to_string(LARGEST_COUNT);
+    const std::string smallest = std::to_string(SMALLEST_COUNT);
+    const std::string someBytes = " 01 02 03 04 05 06 07 08 09 0A 0B 0C T";
     return {
-        {"a double vector counting 2^31-1 elements", vectorHeader(LARGEST_COUNT) + someBytes + "T", readDoubles},
-        {"a negative element count", vectorHeader(-1) + "T", readDoubles},
-        {"the most negative element count", vectorHeader(SMALLEST_COUNT) + "T", readDoubles},
-        {"a double vector one element longer than its bytes", vectorHeader(2) + std::string(8, '\0') + "T",
+        {"a double vector counting 2^31-1 elements", bytesOf("V !01 f c U i" + largest + " S" + someBytes),
          readDoubles},
-        {"a text of 2^31-1 bytes", bytes().marker({'d', 'U'}).int32(LARGEST_COUNT).bytes + "abc", readText},
-        {"a string vector counting 2^31-1 texts",
-         bytes().marker({'V', 1, 'f', 'U'}).int32(LARGEST_COUNT).marker({'S', 'a', 'a', 'T'}).bytes, readTexts},
-        {"a negative string vector count", bytes().marker({'V', 1, 'f', 'U'}).int32(-3).marker({'S', 'T'}).bytes,
-         readTexts},
-        {"an object vector counting 2^31-1 objects",
-         bytes().marker({'V', 1, 'f', 'g', 'U'}).int32(LARGEST_COUNT).marker({'S', 'a', 'a', 'T'}).bytes,
+        {"a negative element count", bytesOf("V !01 f c U i-1 S T"), readDoubles},
+        {"the most negative element count", bytesOf("V !01 f c U i" + smallest + " S T"), readDoubles},
+        {"a double vector one element longer than its bytes", bytesOf("V !01 f c U i2 S i0 i0 T"), readDoubles},
+        {"a text of 2^31-1 bytes", bytesOf("d U i" + largest + " 'abc'"), readText},
+        {"a string vector counting 2^31-1 texts", bytesOf("V !01 f U i" + largest + " S a a T"), readTexts},
+        {"a negative string vector count", bytesOf("V !01 f U i-3 S T"), readTexts},
+        {"an object vector counting 2^31-1 objects", bytesOf("V !01 f g U i" + largest + " S a a T"),
          readObjectsOfOneByte},
-        {"a negative object count", bytes().marker({'V', 1, 'f', 'g', 'U'}).int32(-1).marker({'S', 'T'}).bytes,
-         readObjectsOfOneByte},
-        {"a bool vector counting 2^31-1 flags",
-         bytes().marker({'f', 'c', 'U'}).int32(LARGEST_COUNT).marker({'S', 1, 0, 'T'}).bytes, readFlags},
-        {"a negative flag count", bytes().marker({'f', 'c', 'U'}).int32(-2).marker({'S', 'T'}).bytes, readFlags},
-        {"a set counting 2^31-1 elements", setHeader(LARGEST_COUNT) + someBytes + "T", readSetAsVector},
-        {"a negative set count", setHeader(-4) + "T", readSetAsSet},
-        {"a set whose elements descend", setHeader(2) + bytes().int32(2).int32(1).bytes + "T", readSetAsVector},
-        {"a std::set from descending elements", setHeader(2) + bytes().int32(2).int32(1).bytes + "T", readSetAsSet},
-        {"a set with a repeated element", setHeader(2) + bytes().int32(7).int32(7).bytes + "T", readSetAsSet},
-        {"a shared vector with the object mark", bytes().marker({'V', 1, 'g'}).bytes + vectorHeader(0).substr(3) + "T",
-         readDoubles},
-        {"a set with the vector mark", bytes().marker({'V', 1, 'f', 'c', 'U'}).int32(0).marker({'S', 'T'}).bytes,
-         readSetAsVector},
-        {"a string with an unknown first byte", bytes().marker({'g', 'U'}).int32(0).bytes, readText},
+        {"a negative object count", bytesOf("V !01 f g U i-1 S T"), readObjectsOfOneByte},
+        {"a bool vector counting 2^31-1 flags", bytesOf("f c U i" + largest + " S 01 00 T"), readFlags},
+        {"a negative flag count", bytesOf("f c U i-2 S T"), readFlags},
+        {"a set counting 2^31-1 elements", bytesOf("V !01 e c U i" + largest + " S" + someBytes), readSetAsVector},
+        {"a negative set count", bytesOf("V !01 e c U i-4 S T"), readSetAsSet},
+        {"a set whose elements descend", bytesOf("V !01 e c U i2 S i2 i1 T"), readSetAsVector},
+        {"a std::set from descending elements", bytesOf("V !01 e c U i2 S i2 i1 T"), readSetAsSet},
+        {"a set with a repeated element", bytesOf("V !01 e c U i2 S i7 i7 T"), readSetAsSet},
+        {"a shared vector with the object mark", bytesOf("V !01 g c U i0 S T"), readDoubles},
+        {"a set with the vector mark", bytesOf("V !01 f c U i0 S T"), readSetAsVector},
+        {"a string with an unknown first byte", bytesOf("g U i0"), readText},
     };
 }
 
@@ -180,7 +170,7 @@ INSTANTIATE_TEST_SUITE_P(Streams, SerialReaderOverEveryStream,
                          [](const auto& parameter) { return test::streamKindName(parameter.param); });
 
 TEST(SerialReader, ACountLargerThanASeekableStreamFailsBeforeAnyElementIsRead) {
-    TestInput input(StreamKind::Memory, bytes().marker({'g', 'U'}).int32(5).marker({'S', 'a', 'a', 'a'}).bytes);
+    TestInput input(StreamKind::Memory, bytesOf("g U i5 S a a a"));
     SerialReader reader(input.stream());
     int elementsRead = 0;
     EXPECT_FALSE(reader.readObjectVectorBody([&](std::size_t) { return ++elementsRead > 0; }));
@@ -189,7 +179,7 @@ TEST(SerialReader, ACountLargerThanASeekableStreamFailsBeforeAnyElementIsRead) {
 
 TEST(SerialReader, AfterAFailureEveryBlockFailsEvenOnValidBytes) {
     for (const auto& blockCase : test::handWrittenCases()) {
-        std::istringstream stream(bytes().marker({'V', 2}).bytes + blockCase.expected.bytes);
+        std::istringstream stream(bytesOf("V !02") + blockCase.expected.bytes);
         SerialReader reader(stream);
         EXPECT_FALSE(reader.readVersionMark());
         EXPECT_TRUE(stream.fail());
@@ -215,7 +205,7 @@ TEST(SerialReader, AFailureOfAnotherReaderOfTheSameStreamStopsThisOne) {
 }
 
 TEST(SerialReader, NothingThrowsWhenTheStreamIsAskedToThrowOnFailure) {
-    std::istringstream stream(bytes().marker({'d', 'U'}).int32(9).data({'a'}).bytes);
+    std::istringstream stream(bytesOf("d U i9 'a'"));
     stream.exceptions(std::ios_base::failbit | std::ios_base::eofbit | std::ios_base::badbit);
     SerialReader reader(stream);
     SharedString text;
@@ -225,7 +215,7 @@ TEST(SerialReader, NothingThrowsWhenTheStreamIsAskedToThrowOnFailure) {
 }
 
 TEST(SerialReader, TheRemainingBytesCountFromWhereTheStreamStands) {
-    std::istringstream stream("skip" + bytes().marker({'c', 'U'}).int32(1).marker({'S'}).bytes);
+    std::istringstream stream(bytesOf("'skip' c U i1 S"));
     stream.ignore(4);
     SerialReader reader(stream);
     EXPECT_EQ(reader.remainingBytes(), std::optional<std::uint64_t>(7));
@@ -254,7 +244,7 @@ TEST(SerialReader, AStreamThatCannotSeekHasNoKnownLength) {
 
 TEST(SerialReader, ALengthOfZeroOrLessReadsAsAnEmptyText) {
     for (const std::int32_t length : {0, -1, SMALLEST_COUNT}) {
-        TestInput input(StreamKind::Memory, bytes().marker({'d', 'U'}).int32(length).bytes);
+        TestInput input(StreamKind::Memory, bytesOf("d U i" + std::to_string(length)));
         SerialReader reader(input.stream());
         SharedString text;
         ASSERT_TRUE(reader.readString(text)) << length;
@@ -265,15 +255,7 @@ TEST(SerialReader, ALengthOfZeroOrLessReadsAsAnEmptyText) {
 }
 
 TEST(SerialReader, AnyByteOtherThanZeroReadsAsTrue) {
-    TestInput input(StreamKind::Memory, bytes()
-                                            .marker({'c'})
-                                            .data({2})
-                                            .marker({'f', 'c', 'U'})
-                                            .int32(3)
-                                            .marker({'S'})
-                                            .data({0, 0xFF, 1})
-                                            .marker({'T'})
-                                            .bytes);
+    TestInput input(StreamKind::Memory, bytesOf("c 02 f c U i3 S 00 FF 01 T"));
     SerialReader reader(input.stream());
     bool flag = false;
     std::shared_ptr<std::vector<bool>> flags;
@@ -284,7 +266,7 @@ TEST(SerialReader, AnyByteOtherThanZeroReadsAsTrue) {
 }
 
 TEST(SerialReader, AnElementThatFailsFailsTheReader) {
-    TestInput input(StreamKind::Memory, bytes().marker({'g', 'U'}).int32(2).marker({'S', 'a', 'a', 'T'}).bytes);
+    TestInput input(StreamKind::Memory, bytesOf("g U i2 S a a T"));
     SerialReader reader(input.stream());
     EXPECT_FALSE(reader.readObjectVectorBody([](std::size_t index) { return index == 0; }));
     EXPECT_FALSE(reader.isGood());
