@@ -1,5 +1,6 @@
 #include "pellium/serializers/SerialReader.h"
 
+#include <algorithm>
 #include <istream>
 #include <string>
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -33,9 +32,9 @@ namespace pellium {
 /// For a seekable stream the reader learns the remaining bytes once, at construction, and reads each
 /// vector or string with one bulk read into its final storage. For a stream that cannot seek (a pipe)
 /// it reads vectors and strings in chunks that grow with the data already received, so that memory
-/// never exceeds twice what actually arrived plus 64 KiB. Bytes go straight to the stream's buffer;
-/// whoever reads the same stream while this reader is in use should read through this reader (pass it
-/// down), since bytes read around it are not counted.
+/// stays within a small multiple of what actually arrived, plus one 64 KiB chunk. Bytes go straight to the stream's
+/// buffer; whoever reads the same stream while this reader is in use should read through this reader (pass it down),
+/// since bytes read around it are not counted.
 class PELLIUM_EXPORT SerialReader {
 public:
     /// Reads one element of an object vector, given its index; false stops the reading.

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <functional>
 #include <iosfwd>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <ranges>
