@@ -1,11 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -51,14 +51,11 @@ public:
     std::shared_ptr<const ResourceBundle> getBundle(std::string_view bundleName, std::string_view locale);
 
     /// The text of `key`, searched key by key through the fallback chain of `locale` (ar_SA, ar,
-    /// en_US); null when no bundle of the chain has it.
+    /// en_US); null when no bundle of the chain has it. The chain of each (bundle, locale) is
+    /// merged into one table on first use, so a later look-up with a locale in normal spelling (as
+    /// contexts hold them) is one shared lock, one cache search and one table search, without
+    /// allocating. A locale text that is not a locale name reads en_US.
     SharedString getString(std::string_view bundleName, std::string_view key, std::string_view locale);
-
-    /// As above over a chain the caller has already made (LocaleNames::getFallbackChain), for
-    /// callers that look up many keys; with a loaded chain this neither allocates nor takes more
-    /// than one shared lock.
-    SharedString getString(std::string_view bundleName, std::string_view key,
-                           std::span<const std::string> normalizedLocaleChain);
 
     /// Lays the entries of `propertiesText` over the bundle of this name and locale: its keys
     /// replace or add texts, the other keys of the compiled bundle stay. Registering twice for
@@ -67,8 +64,8 @@ public:
     /// malformed.
     bool registerBundle(std::string_view bundleName, std::string_view locale, std::string_view propertiesText);
 
-    /// Forgets every registered text and every loaded bundle; the next look-ups load the compiled
-    /// bundles again.
+    /// Forgets every registered text and every loaded or merged bundle; the next look-ups load the
+    /// compiled bundles again.
     void resetBundles();
 
     /// The locales in which a bundle exists (compiled or registered), normalised, in byte order.
@@ -100,13 +97,20 @@ private:
 
     std::shared_ptr<const ResourceBundle> findOrLoadBundle(std::string_view bundleName,
                                                            std::string_view normalizedLocale);
+    std::shared_ptr<const ResourceBundle> findOrMergeChain(std::string_view bundleName,
+                                                           std::string_view normalizedLocale);
+    template <typename Make>
+    std::shared_ptr<const ResourceBundle> findOrStore(BundleMap& cache, std::string_view bundleName,
+                                                      std::string_view normalizedLocale, Make make);
 
     mutable std::mutex contextMutex_;
     std::shared_ptr<LocalizationContext> currentContext_;
 
     mutable std::shared_mutex bundlesMutex_;
-    BundleMap loadedBundles_;      // a null bundle records that none exists
-    BundleMap registeredBundles_;  // the texts hosts registered, by bundle and locale
+    BundleMap loadedBundles_;              // exactly one locale each; a null bundle records that none exists
+    BundleMap chainBundles_;               // a locale's whole fallback chain merged into one table, never null
+    BundleMap registeredBundles_;          // the texts hosts registered, by bundle and locale
+    std::uint64_t bundlesGeneration_ = 0;  // counts registrations and resets, to spot stale loads
 };
 
 }  // namespace pellium
