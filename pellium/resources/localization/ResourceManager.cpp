@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <mutex>
+#include <shared_mutex>
 
 #include "pellium/resources/files/CompiledAssets.h"
 #include "pellium/resources/localization/LocaleNames.h"
@@ -158,14 +160,17 @@ bool ResourceManager::registerBundle(std::string_view bundleName, std::string_vi
     } else {
         registeredBundles_.emplace(BundleKey{std::string(bundleName), *normal}, std::move(added));
     }
-    // The bundle and every chain that may include it are made again, with the new texts, on
+    // The bundle and every chain of the same bundle name are made again, with the new texts, on
     // their next look-up; the old tables are released outside the lock.
-    BundleMap releasedChains;
-    releasedChains.swap(chainBundles_);
-    std::shared_ptr<const ResourceBundle> releasedBundle;
+    std::vector<std::shared_ptr<const ResourceBundle>> released;
+    auto chain = chainBundles_.lower_bound(BundleKeyView{bundleName, {}});
+    while (chain != chainBundles_.end() && chain->first.bundleName == bundleName) {
+        released.push_back(std::move(chain->second));
+        chain = chainBundles_.erase(chain);
+    }
     const auto loaded = loadedBundles_.find(key);
     if (loaded != loadedBundles_.end()) {
-        releasedBundle = std::move(loaded->second);
+        released.push_back(std::move(loaded->second));
         loadedBundles_.erase(loaded);
     }
     ++bundlesGeneration_;

@@ -5,7 +5,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <shared_mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "pellium/Export.h"
 #include "pellium/resources/localization/LocalizationContext.h"
 #include "pellium/resources/localization/ResourceBundle.h"
+#include "pellium/resources/localization/WriterPreferringSharedMutex.h"
 #include "pellium/util/StringUtilities.h"
 
 namespace pellium {
@@ -25,7 +25,8 @@ namespace pellium {
 /// Threads: every operation may be called from any thread. The current context is handed out as
 /// a shared snapshot of a frozen context, so a reader keeps a consistent context while the host
 /// sets a new one. A look-up in a bundle that is already loaded takes only a shared lock and does
-/// not allocate; loading a bundle the first time takes the exclusive lock briefly.
+/// not allocate; loading a bundle the first time takes the exclusive lock briefly, and a waiting
+/// writer goes before new readers, so a steady stream of look-ups cannot hold a load back.
 class PELLIUM_EXPORT ResourceManager {
 public:
     /// The one instance, made on first use. It is never destroyed, so that texts can still be
@@ -106,7 +107,7 @@ private:
     mutable std::mutex contextMutex_;
     std::shared_ptr<LocalizationContext> currentContext_;
 
-    mutable std::shared_mutex bundlesMutex_;
+    mutable WriterPreferringSharedMutex bundlesMutex_;
     BundleMap loadedBundles_;              // exactly one locale each; a null bundle records that none exists
     BundleMap chainBundles_;               // a locale's whole fallback chain merged into one table, never null
     BundleMap registeredBundles_;          // the texts hosts registered, by bundle and locale
