@@ -72,7 +72,8 @@ public:
     /// The locales in which a bundle exists (compiled or registered), normalised, in byte order.
     std::vector<std::string> getAvailableLocales(std::string_view bundleName);
 
-    /// How many (bundle, locale) pairs are in the cache, those found absent included.
+    /// How many single-locale bundles are cached, those found absent included (merged fallback
+    /// chains are not counted).
     std::size_t getNumberOfCachedBundles() const;
 
 private:
