@@ -29,7 +29,12 @@ Event::Event(int eventType, EventDispatcher* eventSource)
 Event::~Event() = default;
 
 std::shared_ptr<Event> Event::create(int eventType, EventDispatcher* source) {
-    return std::shared_ptr<Event>(new Event(eventType, source));
+    // One allocation for the event and its control block; the constructor is protected.
+    struct Constructible : Event {
+        Constructible(int constructedType, EventDispatcher* constructedSource)
+            : Event(constructedType, constructedSource) {}
+    };
+    return std::make_shared<Constructible>(eventType, source);
 }
 
 std::shared_ptr<EventDispatcher> Event::getSource() const {

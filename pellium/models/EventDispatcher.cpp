@@ -148,7 +148,7 @@ void EventDispatcher::dispatchEvent(const std::shared_ptr<Event>& event) {
     deliver(event);
 }
 
-void EventDispatcher::dispatchEvent(int eventType) {
+void EventDispatcher::dispatchEventToListeners(int eventType) {
     if (hasListenersFor(eventType)) {
         deliver(Event::create(eventType, this));
     }

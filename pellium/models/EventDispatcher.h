@@ -81,7 +81,12 @@ public:
 
     /// Raises a plain event of `eventType` with this dispatcher as source; the event is made only
     /// when some listener would receive it.
-    void dispatchEvent(int eventType);
+    void dispatchEvent(int eventType) {
+        // Inline, so that raising an event nobody listens to costs one comparison.
+        if (!registrations.empty()) {
+            dispatchEventToListeners(eventType);
+        }
+    }
 
     /// Delivers another dispatcher's `event` to this dispatcher's listeners with this dispatcher as
     /// source, keeping its original source; after delivery the event names its former source
@@ -123,6 +128,7 @@ private:
     class DispatchScope;
 
     ListenerId addRegistration(int eventType, bool forAllEvents, Listener listener);
+    void dispatchEventToListeners(int eventType);
     void deliver(const std::shared_ptr<Event>& event);
     bool isDelivering(const Event* event) const;
     bool isDispatching() const { return activeDispatch != nullptr; }

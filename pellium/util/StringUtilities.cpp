@@ -49,8 +49,7 @@ public:
         // Allocate outside the lock; if another thread inserted the text meanwhile, its instance wins.
         SharedString candidate = existing != nullptr ? *existing : std::make_shared<const std::string>(text);
         std::unique_lock lock(shard.mutex);
-        const auto [position, inserted] = shard.texts.try_emplace(InternKey{*candidate, key.hash}, candidate);
-        return position->second;
+        return shard.texts.try_emplace(InternKey{*candidate, key.hash}, candidate).first->second;
     }
 
 private:

@@ -28,7 +28,8 @@ public:
     /// is already interned is found under a shared lock without allocating. Interned texts are
     /// never released while the library is loaded.
     static SharedString internString(std::string_view text);
-    /// As above; null in gives null out, and a text not yet interned is adopted without a copy.
+    /// As above; null in gives null out. A text not yet interned is adopted without a copy, so it
+    /// must not be changed afterwards through some other, non-const pointer.
     static SharedString internString(const SharedString& text);
     /// The library's shared null text (a null SharedString), for functions that answer by reference.
     static const SharedString& getNullString();

@@ -54,13 +54,5 @@ TEST(Event, RelayThroughADispatcherWithoutSharedOwnerStillTellsTheSourcesApart) 
     EXPECT_TRUE(checked);
 }
 
-TEST(Event, AnEventWithoutSourceHasNone) {
-    const auto event = Event::create(7);
-    EXPECT_EQ(event->getType(), 7);
-    EXPECT_EQ(event->getSource(), nullptr);
-    EXPECT_FALSE(event->isSource(nullptr));
-    EXPECT_FALSE(event->isRelayed());
-}
-
 }  // namespace
 }  // namespace pellium

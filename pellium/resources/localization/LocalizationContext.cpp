@@ -125,21 +125,18 @@ void LocalizationContext::update() {
     formatterCacheKey_.clear();
     formatterCacheKey_.append(getFormatLocale()).append("|").append(getDataLocale()).append("|");
     formatterCacheKey_.append(locale_).append("|").append(timeZoneId_);
-    localeChain_ = LocaleNames::getFallbackChain(locale_);
-    formatLocaleChain_ = LocaleNames::getFallbackChain(getFormatLocale());
-    dataLocaleChain_ = LocaleNames::getFallbackChain(getDataLocale());
 }
 
 SharedString LocalizationContext::getString(std::string_view bundleName, std::string_view key) const {
-    return ResourceManager::instance().getString(bundleName, key, localeChain_);
+    return ResourceManager::instance().getString(bundleName, key, locale_);
 }
 
 SharedString LocalizationContext::getFormatString(std::string_view bundleName, std::string_view key) const {
-    return ResourceManager::instance().getString(bundleName, key, formatLocaleChain_);
+    return ResourceManager::instance().getString(bundleName, key, getFormatLocale());
 }
 
 SharedString LocalizationContext::getDataString(std::string_view bundleName, std::string_view key) const {
-    return ResourceManager::instance().getString(bundleName, key, dataLocaleChain_);
+    return ResourceManager::instance().getString(bundleName, key, getDataLocale());
 }
 
 SharedString LocalizationContext::getFormattedString(std::string_view bundleName, std::string_view key,

@@ -126,9 +126,6 @@ private:
     bool formatLocaleRTL_ = false;
     bool localeRTL_ = false;
     std::string formatterCacheKey_;
-    std::vector<std::string> localeChain_;
-    std::vector<std::string> formatLocaleChain_;
-    std::vector<std::string> dataLocaleChain_;
 };
 
 }  // namespace pellium

@@ -1,6 +1,9 @@
 #include "pellium/resources/localization/ResourceManager.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <mutex>
+#include <shared_mutex>
 
 #include "pellium/resources/files/CompiledAssets.h"
 #include "pellium/resources/localization/LocaleNames.h"
@@ -9,9 +12,9 @@ namespace pellium {
 
 namespace {
 
-// Beyond this many cached pairs, a bundle found absent is no longer remembered, so that a host
-// asking for endless invented locales cannot grow the cache without bound.
-constexpr std::size_t MAXIMUM_REMEMBERED_ABSENT_BUNDLES = 4096;
+// Beyond this many entries a cache stops growing (look-ups still answer, they are just not
+// remembered), so that a host asking for endless invented locales cannot exhaust memory.
+constexpr std::size_t MAXIMUM_CACHED_BUNDLES = 4096;
 
 constexpr std::string_view PROPERTIES_SUFFIX = ".properties";
 
@@ -59,73 +62,86 @@ std::shared_ptr<const ResourceBundle> ResourceManager::getBundle(std::string_vie
 }
 
 SharedString ResourceManager::getString(std::string_view bundleName, std::string_view key, std::string_view locale) {
-    const auto chain = LocaleNames::getFallbackChain(locale);
-    return getString(bundleName, key, chain);
-}
-
-SharedString ResourceManager::getString(std::string_view bundleName, std::string_view key,
-                                        std::span<const std::string> normalizedLocaleChain) {
     {
-        // Fast path: every bundle of the chain is already in the cache.
+        // Fast path: the chain of this locale, spelled as given, is already merged.
         std::shared_lock lock(bundlesMutex_);
-        bool allLoaded = true;
-        for (const auto& locale : normalizedLocaleChain) {
-            const auto found = loadedBundles_.find(BundleKeyView{bundleName, locale});
-            if (found == loadedBundles_.end()) {
-                allLoaded = false;
-                break;
-            }
-            if (found->second) {
-                if (auto text = found->second->getString(key)) {
-                    return text;
-                }
-            }
-        }
-        if (allLoaded) {
-            return nullptr;
+        const auto found = chainBundles_.find(BundleKeyView{bundleName, locale});
+        if (found != chainBundles_.end()) {
+            return found->second->getString(key);
         }
     }
     if (!ResourceBundle::isValidBundleName(bundleName)) {
         return nullptr;
     }
-    for (const auto& locale : normalizedLocaleChain) {
-        if (const auto bundle = findOrLoadBundle(bundleName, locale)) {
-            if (auto text = bundle->getString(key)) {
-                return text;
-            }
+    const auto normal = LocaleNames::normalize(locale);
+    const auto chain = findOrMergeChain(bundleName, normal ? std::string_view(*normal) : LocaleNames::DEFAULT_LOCALE);
+    return chain->getString(key);
+}
+
+template <typename Make>
+std::shared_ptr<const ResourceBundle> ResourceManager::findOrStore(BundleMap& cache, std::string_view bundleName,
+                                                                   std::string_view normalizedLocale, Make make) {
+    const BundleKeyView key{bundleName, normalizedLocale};
+    std::uint64_t generation = 0;
+    {
+        std::shared_lock lock(bundlesMutex_);
+        const auto found = cache.find(key);
+        if (found != cache.end()) {
+            return found->second;
         }
+        generation = bundlesGeneration_;
     }
-    return nullptr;
+    // Build outside the lock. Store only if no registration or reset came in between (the
+    // result would be stale) and no other thread stored the same entry first (its copy is kept,
+    // so that everybody shares one).
+    std::shared_ptr<const ResourceBundle> made = make();
+    std::unique_lock lock(bundlesMutex_);
+    if (generation != bundlesGeneration_) {
+        return made;
+    }
+    const auto found = cache.find(key);
+    if (found != cache.end()) {
+        return found->second;
+    }
+    if (cache.size() < MAXIMUM_CACHED_BUNDLES) {
+        cache.emplace(BundleKey{std::string(bundleName), std::string(normalizedLocale)}, made);
+    }
+    return made;
 }
 
 std::shared_ptr<const ResourceBundle> ResourceManager::findOrLoadBundle(std::string_view bundleName,
                                                                         std::string_view normalizedLocale) {
-    const BundleKeyView key{bundleName, normalizedLocale};
-    {
-        std::shared_lock lock(bundlesMutex_);
-        const auto found = loadedBundles_.find(key);
-        if (found != loadedBundles_.end()) {
-            return found->second;
+    return findOrStore(loadedBundles_, bundleName, normalizedLocale, [&]() -> std::shared_ptr<const ResourceBundle> {
+        auto compiled = ResourceBundle::createFromCompiledAssets(bundleName, normalizedLocale);
+        std::shared_ptr<const ResourceBundle> registered;
+        {
+            std::shared_lock lock(bundlesMutex_);
+            const auto found = registeredBundles_.find(BundleKeyView{bundleName, normalizedLocale});
+            if (found != registeredBundles_.end()) {
+                registered = found->second;
+            }
         }
-    }
-    // Parse outside the lock; if another thread stores the same bundle first, its copy is kept.
-    std::shared_ptr<const ResourceBundle> compiled =
-        ResourceBundle::createFromCompiledAssets(bundleName, normalizedLocale);
+        if (compiled && registered) {
+            return ResourceBundle::createMerged(*compiled, *registered);
+        }
+        return compiled ? compiled : registered;
+    });
+}
 
-    std::unique_lock lock(bundlesMutex_);
-    const auto found = loadedBundles_.find(key);
-    if (found != loadedBundles_.end()) {
-        return found->second;
-    }
-    std::shared_ptr<const ResourceBundle> bundle = compiled;
-    const auto registered = registeredBundles_.find(key);
-    if (registered != registeredBundles_.end()) {
-        bundle = compiled ? ResourceBundle::createMerged(*compiled, *registered->second) : registered->second;
-    }
-    if (bundle || loadedBundles_.size() < MAXIMUM_REMEMBERED_ABSENT_BUNDLES) {
-        loadedBundles_.emplace(BundleKey{std::string(bundleName), std::string(normalizedLocale)}, bundle);
-    }
-    return bundle;
+std::shared_ptr<const ResourceBundle> ResourceManager::findOrMergeChain(std::string_view bundleName,
+                                                                        std::string_view normalizedLocale) {
+    return findOrStore(chainBundles_, bundleName, normalizedLocale, [&] {
+        // Merge from the least specific locale to the most specific one, so that the most
+        // specific text of each key wins.
+        const auto chain = LocaleNames::getFallbackChain(normalizedLocale);
+        auto merged = ResourceBundle::create(bundleName, normalizedLocale, "");
+        for (auto locale = chain.rbegin(); locale != chain.rend(); ++locale) {
+            if (const auto bundle = findOrLoadBundle(bundleName, *locale)) {
+                merged = ResourceBundle::createMerged(*merged, *bundle);
+            }
+        }
+        return merged;
+    });
 }
 
 bool ResourceManager::registerBundle(std::string_view bundleName, std::string_view locale,
@@ -144,22 +160,34 @@ bool ResourceManager::registerBundle(std::string_view bundleName, std::string_vi
     } else {
         registeredBundles_.emplace(BundleKey{std::string(bundleName), *normal}, std::move(added));
     }
-    // The merged bundle is made again, with the new texts, on its next look-up.
+    // The bundle and every chain of the same bundle name are made again, with the new texts, on
+    // their next look-up; the old tables are released outside the lock.
+    std::vector<std::shared_ptr<const ResourceBundle>> released;
+    auto chain = chainBundles_.lower_bound(BundleKeyView{bundleName, {}});
+    while (chain != chainBundles_.end() && chain->first.bundleName == bundleName) {
+        released.push_back(std::move(chain->second));
+        chain = chainBundles_.erase(chain);
+    }
     const auto loaded = loadedBundles_.find(key);
     if (loaded != loadedBundles_.end()) {
+        released.push_back(std::move(loaded->second));
         loadedBundles_.erase(loaded);
     }
+    ++bundlesGeneration_;
+    lock.unlock();
     return true;
 }
 
 void ResourceManager::resetBundles() {
     BundleMap released;
+    BundleMap releasedChains;
     BundleMap releasedRegistrations;
-    {
-        std::unique_lock lock(bundlesMutex_);
-        released.swap(loadedBundles_);
-        releasedRegistrations.swap(registeredBundles_);
-    }
+    std::unique_lock lock(bundlesMutex_);
+    released.swap(loadedBundles_);
+    releasedChains.swap(chainBundles_);
+    releasedRegistrations.swap(registeredBundles_);
+    ++bundlesGeneration_;
+    lock.unlock();
 }
 
 std::vector<std::string> ResourceManager::getAvailableLocales(std::string_view bundleName) {

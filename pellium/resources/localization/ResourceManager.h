@@ -1,11 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <shared_mutex>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "pellium/Export.h"
 #include "pellium/resources/localization/LocalizationContext.h"
 #include "pellium/resources/localization/ResourceBundle.h"
+#include "pellium/resources/localization/WriterPreferringSharedMutex.h"
 #include "pellium/util/StringUtilities.h"
 
 namespace pellium {
@@ -25,7 +25,8 @@ namespace pellium {
 /// Threads: every operation may be called from any thread. The current context is handed out as
 /// a shared snapshot of a frozen context, so a reader keeps a consistent context while the host
 /// sets a new one. A look-up in a bundle that is already loaded takes only a shared lock and does
-/// not allocate; loading a bundle the first time takes the exclusive lock briefly.
+/// not allocate; loading a bundle the first time takes the exclusive lock briefly, and a waiting
+/// writer goes before new readers, so a steady stream of look-ups cannot hold a load back.
 class PELLIUM_EXPORT ResourceManager {
 public:
     /// The one instance, made on first use. It is never destroyed, so that texts can still be
@@ -51,14 +52,11 @@ public:
     std::shared_ptr<const ResourceBundle> getBundle(std::string_view bundleName, std::string_view locale);
 
     /// The text of `key`, searched key by key through the fallback chain of `locale` (ar_SA, ar,
-    /// en_US); null when no bundle of the chain has it.
+    /// en_US); null when no bundle of the chain has it. The chain of each (bundle, locale) is
+    /// merged into one table on first use, so a later look-up with a locale in normal spelling (as
+    /// contexts hold them) is one shared lock, one cache search and one table search, without
+    /// allocating. A locale text that is not a locale name reads en_US.
     SharedString getString(std::string_view bundleName, std::string_view key, std::string_view locale);
-
-    /// As above over a chain the caller has already made (LocaleNames::getFallbackChain), for
-    /// callers that look up many keys; with a loaded chain this neither allocates nor takes more
-    /// than one shared lock.
-    SharedString getString(std::string_view bundleName, std::string_view key,
-                           std::span<const std::string> normalizedLocaleChain);
 
     /// Lays the entries of `propertiesText` over the bundle of this name and locale: its keys
     /// replace or add texts, the other keys of the compiled bundle stay. Registering twice for
@@ -67,14 +65,15 @@ public:
     /// malformed.
     bool registerBundle(std::string_view bundleName, std::string_view locale, std::string_view propertiesText);
 
-    /// Forgets every registered text and every loaded bundle; the next look-ups load the compiled
-    /// bundles again.
+    /// Forgets every registered text and every loaded or merged bundle; the next look-ups load the
+    /// compiled bundles again.
     void resetBundles();
 
     /// The locales in which a bundle exists (compiled or registered), normalised, in byte order.
     std::vector<std::string> getAvailableLocales(std::string_view bundleName);
 
-    /// How many (bundle, locale) pairs are in the cache, those found absent included.
+    /// How many single-locale bundles are cached, those found absent included (merged fallback
+    /// chains are not counted).
     std::size_t getNumberOfCachedBundles() const;
 
 private:
@@ -100,13 +99,20 @@ private:
 
     std::shared_ptr<const ResourceBundle> findOrLoadBundle(std::string_view bundleName,
                                                            std::string_view normalizedLocale);
+    std::shared_ptr<const ResourceBundle> findOrMergeChain(std::string_view bundleName,
+                                                           std::string_view normalizedLocale);
+    template <typename Make>
+    std::shared_ptr<const ResourceBundle> findOrStore(BundleMap& cache, std::string_view bundleName,
+                                                      std::string_view normalizedLocale, Make make);
 
     mutable std::mutex contextMutex_;
     std::shared_ptr<LocalizationContext> currentContext_;
 
-    mutable std::shared_mutex bundlesMutex_;
-    BundleMap loadedBundles_;      // a null bundle records that none exists
-    BundleMap registeredBundles_;  // the texts hosts registered, by bundle and locale
+    mutable WriterPreferringSharedMutex bundlesMutex_;
+    BundleMap loadedBundles_;              // exactly one locale each; a null bundle records that none exists
+    BundleMap chainBundles_;               // a locale's whole fallback chain merged into one table, never null
+    BundleMap registeredBundles_;          // the texts hosts registered, by bundle and locale
+    std::uint64_t bundlesGeneration_ = 0;  // counts registrations and resets, to spot stale loads
 };
 
 }  // namespace pellium

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "pellium/resources/logging/AsciiText.h"
+#include "pellium/util/StringUtilities.h"
 
 namespace pellium {
 
@@ -16,7 +16,7 @@ constexpr std::array<std::string_view, LogLevel::NUMBER_OF_VALUES> levelNames = 
 
 std::optional<LogLevel::type> LogLevel::getValueFromString(std::string_view name) {
     for (std::size_t index = 0; index < levelNames.size(); ++index) {
-        if (detail::equalsIgnoringAsciiCase(name, levelNames[index])) {
+        if (StringUtilities::equalsIgnoreCase(name, levelNames[index])) {
             return static_cast<type>(index);
         }
     }

@@ -10,17 +10,22 @@
 
 namespace pellium {
 
-namespace {
-
-struct LoggerState {
+/// What the logger keeps besides its enabled levels, guarded by `mutex`.
+struct Logger::State {
     std::mutex mutex;
-    // One bit per enabled level, read without the lock; written under it.
-    std::atomic<std::uint32_t> enabledLevels{0};
     std::shared_ptr<const LoggingConfiguration> configuration;
-    Logger::Sink sink;
+    Sink sink;
     std::string logFilePath;
     std::FILE* logFile = nullptr;
+
+    static State& instance();
+    std::string install(std::shared_ptr<const LoggingConfiguration> newConfiguration);
+    void closeLogFile();
 };
+
+constinit std::atomic<std::uint32_t> Logger::enabledLevels{Logger::NOT_YET_CONFIGURED};
+
+namespace {
 
 // Set while this thread runs the sink, whose own log calls would otherwise wait for the lock that
 // this thread holds.
@@ -36,46 +41,51 @@ std::uint32_t enabledLevelsOf(const LoggingConfiguration& configuration) {
     return bits;
 }
 
-void closeLogFile(LoggerState& state) {
-    if (state.logFile != nullptr) {
-        std::fclose(state.logFile);
-        state.logFile = nullptr;
-    }
-    state.logFilePath.clear();
-}
+}  // namespace
 
-/// Installs `configuration` and opens its log file unless it is open already. Answers the message
-/// to report when the file cannot be opened, else an empty text. Called under the lock.
-std::string install(LoggerState& state, std::shared_ptr<const LoggingConfiguration> configuration) {
-    std::string problem;
-    const std::string& path = configuration->getLogFile();
-    // A file that failed to open has no recorded path, so configuring it again tries again.
-    if (path != state.logFilePath) {
-        closeLogFile(state);
-        if (!path.empty()) {
-            state.logFile = std::fopen(path.c_str(), "a");
-            if (state.logFile == nullptr) {
-                problem = "Cannot open the log file " + path + ": " + std::strerror(errno);
-            } else {
-                state.logFilePath = path;
-            }
-        }
-    }
-    state.enabledLevels.store(enabledLevelsOf(*configuration), std::memory_order_release);
-    state.configuration = std::move(configuration);
-    return problem;
-}
-
-LoggerState& loggerState() {
+Logger::State& Logger::State::instance() {
     // Never destroyed: objects destroyed at process exit may still log, after every static object
     // of this library could have been torn down.
-    static LoggerState& state = []() -> LoggerState& {
-        auto* created = new LoggerState();
-        install(*created, LoggingConfiguration::create());
+    static State& state = []() -> State& {
+        auto* created = new State();
+        created->install(LoggingConfiguration::create());
         return *created;
     }();
     return state;
 }
+
+void Logger::State::closeLogFile() {
+    if (logFile != nullptr) {
+        std::fclose(logFile);
+        logFile = nullptr;
+    }
+    logFilePath.clear();
+}
+
+/// Installs the configuration and opens its log file unless it is open already. Answers the
+/// message to report when the file cannot be opened, else an empty text. Called under the lock,
+/// or before the state is shared.
+std::string Logger::State::install(std::shared_ptr<const LoggingConfiguration> newConfiguration) {
+    std::string problem;
+    const std::string& path = newConfiguration->getLogFile();
+    // A file that failed to open has no recorded path, so configuring it again tries again.
+    if (path != logFilePath) {
+        closeLogFile();
+        if (!path.empty()) {
+            logFile = std::fopen(path.c_str(), "a");
+            if (logFile == nullptr) {
+                problem = "Cannot open the log file " + path + ": " + std::strerror(errno);
+            } else {
+                logFilePath = path;
+            }
+        }
+    }
+    enabledLevels.store(enabledLevelsOf(*newConfiguration), std::memory_order_release);
+    configuration = std::move(newConfiguration);
+    return problem;
+}
+
+namespace {
 
 void appendTimestamp(std::string& line) {
     using namespace std::chrono;
@@ -159,9 +169,9 @@ void Logger::configure(std::shared_ptr<const LoggingConfiguration> configuration
     const std::size_t firstLineNotUnderstood = configuration->getFirstLineNotUnderstood();
     std::string problem;
     {
-        LoggerState& state = loggerState();
+        State& state = State::instance();
         const std::lock_guard lock(state.mutex);
-        problem = install(state, std::move(configuration));
+        problem = state.install(std::move(configuration));
     }
     // Reported after the lock is released: reporting takes it again.
     if (!problem.empty()) {
@@ -177,7 +187,7 @@ void Logger::configure(std::shared_ptr<const LoggingConfiguration> configuration
 }
 
 std::shared_ptr<const LoggingConfiguration> Logger::getConfiguration() {
-    LoggerState& state = loggerState();
+    State& state = State::instance();
     const std::lock_guard lock(state.mutex);
     return state.configuration;
 }
@@ -191,22 +201,22 @@ void Logger::setSink(Sink sink) {
     if (isInsideSink) {
         return;
     }
-    LoggerState& state = loggerState();
+    State& state = State::instance();
     const std::lock_guard lock(state.mutex);
     state.sink = std::move(sink);
 }
 
-bool Logger::isEnabled(LogLevel::type level) {
-    const auto bit = static_cast<std::uint32_t>(level);
-    return bit < LogLevel::NUMBER_OF_VALUES &&
-           ((loggerState().enabledLevels.load(std::memory_order_relaxed) >> bit) & 1U) != 0;
+bool Logger::isEnabledOnFirstUse(LogLevel::type level) {
+    // Loading the compiled-in configuration publishes the enabled levels.
+    State::instance();
+    return isEnabled(level);
 }
 
 void Logger::log(LogLevel::type level, std::string_view message) {
     if (!isEnabled(level) || isInsideSink) {
         return;
     }
-    LoggerState& state = loggerState();
+    State& state = State::instance();
     const std::lock_guard lock(state.mutex);
     const LoggingConfiguration& configuration = *state.configuration;
     // The configuration may have changed since the unlocked check.

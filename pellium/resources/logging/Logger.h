@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -29,8 +31,9 @@ public:
     /// Receives each enabled message in place of the console and the log file: its level, the
     /// message as given, and the line as it would have been written, without the line end. Called
     /// under the logger's lock, one message at a time, so it needs no locking of its own; it must
-    /// not block for long. Messages that it logs itself are dropped, and configuring the logger or
-    /// changing the sink from inside it has no effect.
+    /// not block for long. Messages that it logs itself are dropped, configuring the logger or
+    /// changing the sink from inside it has no effect, and an exception it throws is swallowed, so
+    /// that a failing sink never fails the code that logged.
     using Sink = std::function<void(LogLevel::type level, std::string_view message, std::string_view line)>;
 
     Logger() = delete;
@@ -53,7 +56,15 @@ public:
     static void setSink(Sink sink);
 
     /// Whether messages of `level` are written anywhere; false for a number that is no level.
-    static bool isEnabled(LogLevel::type level);
+    /// Inline: one relaxed atomic load, a shift and a comparison.
+    static bool isEnabled(LogLevel::type level) {
+        const std::uint32_t levels = enabledLevels.load(std::memory_order_relaxed);
+        if ((levels & NOT_YET_CONFIGURED) != 0) [[unlikely]] {
+            return isEnabledOnFirstUse(level);
+        }
+        const auto bit = static_cast<std::uint32_t>(level);
+        return bit < LogLevel::NUMBER_OF_VALUES && ((levels >> bit) & 1U) != 0;
+    }
 
     /// Writes `message` at `level` when that level is enabled.
     static void log(LogLevel::type level, std::string_view message);
@@ -70,6 +81,16 @@ public:
     static void warning(std::string_view message) { log(LogLevel::WARNING, message); }
     static void info(std::string_view message) { log(LogLevel::INFO, message); }
     static void debug(std::string_view message) { log(LogLevel::DEBUG, message); }
+
+private:
+    struct State;
+
+    static bool isEnabledOnFirstUse(LogLevel::type level);
+
+    // Set until the compiled-in configuration has been loaded on first use.
+    static constexpr std::uint32_t NOT_YET_CONFIGURED = 1U << 31;
+    // One bit per enabled level, read without a lock; written under the lock of the state.
+    static std::atomic<std::uint32_t> enabledLevels;
 };
 
 }  // namespace pellium

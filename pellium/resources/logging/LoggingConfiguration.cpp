@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "pellium/resources/files/CompiledAssets.h"
-#include "pellium/resources/logging/AsciiText.h"
+#include "pellium/util/StringUtilities.h"
 
 namespace pellium {
 
@@ -19,7 +19,7 @@ bool startsComment(char character) {
 /// `text` up to the comment that a ';' or '#' at its start or after a blank begins.
 std::string_view withoutComment(std::string_view text) {
     for (std::size_t index = 0; index < text.size(); ++index) {
-        if (startsComment(text[index]) && (index == 0 || detail::isAsciiBlank(text[index - 1]))) {
+        if (startsComment(text[index]) && (index == 0 || StringUtilities::isWhiteSpace(text[index - 1]))) {
             return text.substr(0, index);
         }
     }
@@ -27,16 +27,16 @@ std::string_view withoutComment(std::string_view text) {
 }
 
 bool isBlankOrComment(std::string_view text) {
-    const std::string_view trimmed = detail::trimAsciiBlanks(text);
+    const std::string_view trimmed = StringUtilities::trim(text);
     return trimmed.empty() || startsComment(trimmed.front());
 }
 
 /// The value of a key: trimmed, without its comment, or the text between double quotes. Empty when
 /// a quote is not closed or something other than a comment follows the closing quote.
 std::optional<std::string_view> readValue(std::string_view rawValue) {
-    const std::string_view trimmed = detail::trimAsciiBlanks(rawValue);
+    const std::string_view trimmed = StringUtilities::trim(rawValue);
     if (trimmed.empty() || trimmed.front() != '"') {
-        return detail::trimAsciiBlanks(withoutComment(trimmed));
+        return StringUtilities::trim(withoutComment(trimmed));
     }
     const std::size_t closingQuote = trimmed.find('"', 1);
     if (closingQuote == std::string_view::npos || !isBlankOrComment(trimmed.substr(closingQuote + 1))) {
@@ -47,12 +47,12 @@ std::optional<std::string_view> readValue(std::string_view rawValue) {
 
 std::optional<bool> readBoolean(std::string_view value) {
     for (const std::string_view word : {"true", "yes", "on", "1"}) {
-        if (detail::equalsIgnoringAsciiCase(value, word)) {
+        if (StringUtilities::equalsIgnoreCase(value, word)) {
             return true;
         }
     }
     for (const std::string_view word : {"false", "no", "off", "0"}) {
-        if (detail::equalsIgnoringAsciiCase(value, word)) {
+        if (StringUtilities::equalsIgnoreCase(value, word)) {
             return false;
         }
     }
@@ -91,7 +91,7 @@ private:
 
     /// Answers false for a line that was not understood.
     bool readLine(std::string_view line) {
-        const std::string_view trimmed = detail::trimAsciiBlanks(line);
+        const std::string_view trimmed = StringUtilities::trim(line);
         if (isBlankOrComment(trimmed)) {
             return true;
         }
@@ -109,11 +109,11 @@ private:
         if (closingBracket == std::string_view::npos || !isBlankOrComment(line.substr(closingBracket + 1))) {
             return false;
         }
-        const std::string_view name = detail::trimAsciiBlanks(line.substr(1, closingBracket - 1));
+        const std::string_view name = StringUtilities::trim(line.substr(1, closingBracket - 1));
         if (name.empty()) {
             return false;
         }
-        if (detail::equalsIgnoringAsciiCase(name, "GENERAL")) {
+        if (StringUtilities::equalsIgnoreCase(name, "GENERAL")) {
             section = Section::GENERAL;
         } else if (const auto level = LogLevel::getValueFromString(name)) {
             section = Section::LEVEL;
@@ -129,7 +129,7 @@ private:
         if (equalsSign == std::string_view::npos) {
             return false;
         }
-        const std::string_view key = detail::trimAsciiBlanks(line.substr(0, equalsSign));
+        const std::string_view key = StringUtilities::trim(line.substr(0, equalsSign));
         const auto value = readValue(line.substr(equalsSign + 1));
         if (key.empty() || !value) {
             return false;
@@ -149,7 +149,7 @@ private:
     }
 
     bool readGeneralKey(std::string_view key, std::string_view value) {
-        if (detail::equalsIgnoringAsciiCase(key, "logfile")) {
+        if (StringUtilities::equalsIgnoreCase(key, "logfile")) {
             // A path cannot hold a NUL byte; taking the text before it would open another file.
             if (value.find('\0') != std::string_view::npos) {
                 return false;
@@ -157,7 +157,7 @@ private:
             configuration.logFile.assign(value);
             return true;
         }
-        if (detail::equalsIgnoringAsciiCase(key, "loglevel")) {
+        if (StringUtilities::equalsIgnoreCase(key, "loglevel")) {
             const auto level = LogLevel::getValueFromString(value);
             if (!level || LogLevel::isSpecialSection(*level)) {
                 return false;
@@ -165,7 +165,7 @@ private:
             configuration.logLevel = *level;
             return true;
         }
-        if (detail::equalsIgnoringAsciiCase(key, "timestamp")) {
+        if (StringUtilities::equalsIgnoreCase(key, "timestamp")) {
             const auto enabled = readBoolean(value);
             if (!enabled) {
                 return false;
@@ -177,7 +177,7 @@ private:
     }
 
     bool readLevelKey(std::string_view key, std::string_view value) {
-        if (!detail::equalsIgnoringAsciiCase(key, "output")) {
+        if (!StringUtilities::equalsIgnoreCase(key, "output")) {
             return true;
         }
         // Known destinations apply even when the list also names an unknown one, so that a typo
@@ -186,12 +186,12 @@ private:
         bool understoodEveryName = true;
         while (true) {
             const std::size_t comma = value.find(',');
-            const std::string_view name = detail::trimAsciiBlanks(value.substr(0, comma));
-            if (detail::equalsIgnoringAsciiCase(name, "console")) {
+            const std::string_view name = StringUtilities::trim(value.substr(0, comma));
+            if (StringUtilities::equalsIgnoreCase(name, "console")) {
                 sectionOutputs |= CONSOLE;
-            } else if (detail::equalsIgnoringAsciiCase(name, "logfile")) {
+            } else if (StringUtilities::equalsIgnoreCase(name, "logfile")) {
                 sectionOutputs |= LOG_FILE;
-            } else if (!name.empty() && !detail::equalsIgnoringAsciiCase(name, "none")) {
+            } else if (!name.empty() && !StringUtilities::equalsIgnoreCase(name, "none")) {
                 understoodEveryName = false;
             }
             if (comma == std::string_view::npos) {

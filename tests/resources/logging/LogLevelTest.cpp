@@ -33,17 +33,5 @@ TEST(LogLevel, NamesAndNumbersOutsideTheTableAreRejected) {
     }
 }
 
-TEST(LogLevel, SeverityIsOrderedAndTheThreeSpecialSectionsStandApart) {
-    EXPECT_LT(LogLevel::ERROR, LogLevel::WARNING);
-    EXPECT_LT(LogLevel::WARNING, LogLevel::INFO);
-    EXPECT_LT(LogLevel::INFO, LogLevel::DEBUG);
-    int specialSections = 0;
-    for (const LogLevel::type level : LogLevel::allValues()) {
-        specialSections += LogLevel::isSpecialSection(level) ? 1 : 0;
-    }
-    EXPECT_EQ(specialSections, 3);
-    EXPECT_FALSE(LogLevel::isSpecialSection(LogLevel::DEBUG));
-}
-
 }  // namespace
 }  // namespace pellium
