@@ -40,21 +40,12 @@ SharedString literalOfValueOrNoSelection(const std::shared_ptr<const DataValue>&
     return std::make_shared<const std::string>(literalOf(value));
 }
 
-// NaN first, and -0 equal to 0, as value equality has it.
-struct NumberOrder {
-    bool operator()(double left, double right) const {
-        if (std::isnan(left) || std::isnan(right)) {
-            return std::isnan(left) && !std::isnan(right);
-        }
-        return left < right;
-    }
-};
-
 // The distinct values of a list, in the sense of value equality.
 struct DistinctValues {
     bool hasNullEntry = false;
     bool hasNullText = false;
-    std::set<double, NumberOrder> numbers;
+    bool hasMissingNumber = false;  // NaN equals NaN here, so it is kept apart from the set
+    std::set<double> numbers;       // -0 and 0 are one element, as they are equal
     std::set<std::string_view> texts;
 
     explicit DistinctValues(const std::shared_ptr<const DataValueUtils::ValueList>& values) {
@@ -65,7 +56,11 @@ struct DistinctValues {
             if (!value) {
                 hasNullEntry = true;
             } else if (!value->isString()) {
-                numbers.insert(value->getNumericValue());
+                if (std::isnan(value->getNumericValue())) {
+                    hasMissingNumber = true;
+                } else {
+                    numbers.insert(value->getNumericValue());
+                }
             } else if (const SharedString text = value->getStringValue()) {
                 // The view stays valid: the value in the list owns the text.
                 texts.insert(*text);
