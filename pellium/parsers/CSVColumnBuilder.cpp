@@ -1,41 +1,26 @@
 #include "pellium/parsers/CSVColumnBuilder.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 #include "pellium/formatters/Formatter.h"
 #include "pellium/formatters/FormatterFactory.h"
 #include "pellium/models/data/dataset/Column.h"
 #include "pellium/models/data/dataset/DataTokens.h"
+#include "pellium/parsers/CSVNumberReader.h"
 
 namespace pellium {
 
 namespace {
 
-bool isDigit(char character) {
-    return character >= '0' && character <= '9';
-}
-
-// A plain decimal number: optional sign, digits and point, optional exponent. Words that
-// std::from_chars would accept ("inf", "nan") are texts in a report, so they are refused.
-bool readNumber(std::string_view text, double& value) {
-    if (!text.empty() && text.front() == '+') {
-        text.remove_prefix(1);
-    }
-    const std::size_t signLength = !text.empty() && text.front() == '-' ? 1 : 0;
-    if (text.size() <= signLength || !(isDigit(text[signLength]) || text[signLength] == '.')) {
-        return false;
-    }
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (stop != end) {
-        return false;
-    }
-    if (error == std::errc::result_out_of_range) {
-        value = StringUtilities::createDoubleFromString(text);  // an infinity or a zero of the sign
-    }
-    return error == std::errc() || error == std::errc::result_out_of_range;
+// StringUtilities::trim, without a call for the fields that have no white space to trim.
+std::string_view trimmed(std::string_view text) {
+    const bool hasSpaceAtAnEnd =
+        !text.empty() && (StringUtilities::isWhiteSpace(text.front()) || StringUtilities::isWhiteSpace(text.back()));
+    return hasSpaceAtAnEnd ? StringUtilities::trim(text) : text;
 }
 
 // The token codes the CSV texts of a data set write; TOKEN_MISSING for "." and empty unquoted
@@ -93,13 +78,13 @@ CSVColumnBuilder::Outcome CSVColumnBuilder::appendNumber(const CSVField& field, 
                                                          StringTableBuilder& strings) {
     const bool quotesMakeText = field.isQuoted && quotedFieldsAreText_ && kind_ == Kind::INFERRED_NUMERIC;
     if (!quotesMakeText) {
-        const std::string_view text = StringUtilities::trim(field.text);
+        const std::string_view text = trimmed(field.text);
         if (const std::int32_t token = tokenOf(text, false)) {
             numbers_.push_back(DataTokens::getNumericConstant(token));
             return Outcome::OK;
         }
         double number = 0;
-        if (!field.hasDoubledQuotes && readNumber(text, number)) {
+        if (!field.hasDoubledQuotes && CSVNumberReader::read(text, number)) {
             numbers_.push_back(number);
             return Outcome::OK;
         }
@@ -150,7 +135,7 @@ CSVColumnBuilder::Outcome CSVColumnBuilder::textIndexFor(const CSVField& field, 
         text = unescaped_;
     }
     StringTableBuilder::Refusal refusal = StringTableBuilder::Refusal::NONE;
-    index = strings.add(text, refusal);
+    index = strings.add(text, stringIndex_, refusal);
     switch (refusal) {
         case StringTableBuilder::Refusal::INVALID_UTF8:
             return Outcome::INVALID_UTF8;

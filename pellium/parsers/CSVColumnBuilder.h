@@ -43,6 +43,14 @@ public:
     /// Appends the field of the next row (`row` is its number, from 0).
     Outcome append(const CSVField& field, std::size_t row, StringTableBuilder& strings);
 
+    /// Starts loading what append will look at for `field`, so that the look-ups of a row's
+    /// fields overlap. Changes nothing.
+    void prefetch(const CSVField& field, const StringTableBuilder& strings) const {
+        if (kind_ == Kind::STRING && !field.hasDoubledQuotes) {
+            strings.prefetch(field.text, stringIndex_);
+        }
+    }
+
     /// Whether the column turned into a string column after its first row, so that rows before
     /// getFirstTextRow() need their texts from a second reading.
     bool needsEarlierTexts() const { return firstTextRow_ > 0; }
@@ -71,7 +79,8 @@ private:
     std::vector<double> numbers_;
     std::vector<std::int32_t> indices_;
     std::string unescaped_;
-    std::shared_ptr<Formatter> parser_;  // reads the numbers of a given numeric column that are not plain
+    StringTableBuilder::Index stringIndex_;  // this column's texts, for look-ups that stay in cache
+    std::shared_ptr<Formatter> parser_;      // reads the numbers of a given numeric column that are not plain
 };
 
 }  // namespace pellium

@@ -127,6 +127,9 @@ private:
                 return fail(Error::TOO_MANY_ROWS, "there are more rows than a data set can hold", recordLine_);
             }
             for (std::size_t column = 0; column < builders_.size(); ++column) {
+                builders_[column].prefetch(fields_[column], strings_);
+            }
+            for (std::size_t column = 0; column < builders_.size(); ++column) {
                 if (!check(builders_[column].append(fields_[column], rows_, strings_), column)) {
                     return false;
                 }

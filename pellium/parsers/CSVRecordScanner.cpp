@@ -1,6 +1,8 @@
 #include "pellium/parsers/CSVRecordScanner.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cstring>
 
 namespace pellium {
@@ -37,6 +39,27 @@ CSVRecordScanner::CSVRecordScanner(char delimiter, std::size_t maximumFieldBytes
     endsUnquotedField_[static_cast<unsigned char>(delimiter)] = true;
     endsUnquotedField_['\n'] = true;
     endsUnquotedField_['\r'] = true;
+}
+
+// Eight bytes at a time: a byte equal to c becomes zero after the exclusive or, and the classic
+// test marks the lowest zero byte of a word exactly (marks above it may be false, and are unused).
+const char* CSVRecordScanner::findEndOfUnquotedField(const char* position, const char* end) const {
+    constexpr std::uint64_t ones = 0x0101010101010101ULL;
+    constexpr std::uint64_t highs = 0x8080808080808080ULL;
+    const auto zeroBytes = [](std::uint64_t word) { return (word - ones) & ~word & highs; };
+    for (; end - position >= 8; position += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, position, sizeof(word));
+        const std::uint64_t marks = zeroBytes(word ^ (ones * static_cast<unsigned char>(delimiter_))) |
+                                    zeroBytes(word ^ (ones * '\n')) | zeroBytes(word ^ (ones * '\r'));
+        if (marks != 0) {
+            return position + std::countr_zero(marks) / 8;
+        }
+    }
+    while (position < end && !endsUnquotedField(*position)) {
+        ++position;
+    }
+    return position;
 }
 
 Scan CSVRecordScanner::scan(std::string_view bytes, bool isFinal, std::vector<CSVField>& fields) const {
@@ -86,10 +109,7 @@ Scan CSVRecordScanner::scan(std::string_view bytes, bool isFinal, std::vector<CS
                 return fault(Fault::TEXT_AFTER_CLOSING_QUOTE, fieldIndex, lineBreaks);
             }
         } else {
-            const char* cursor = position;
-            while (cursor < end && !endsUnquotedField(*cursor)) {
-                ++cursor;
-            }
+            const char* cursor = findEndOfUnquotedField(position, end);
             if (isTooLong(cursor)) {
                 return fault(Fault::FIELD_TOO_LONG, fieldIndex, lineBreaks);
             }

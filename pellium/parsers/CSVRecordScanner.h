@@ -74,6 +74,7 @@ public:
     static void appendUnescaped(std::string_view quotedText, std::string& text);
 
 private:
+    const char* findEndOfUnquotedField(const char* position, const char* end) const;
     bool endsUnquotedField(char character) const { return endsUnquotedField_[static_cast<unsigned char>(character)]; }
 
     char delimiter_;

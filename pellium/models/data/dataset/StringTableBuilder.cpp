@@ -1,35 +1,13 @@
 #include "pellium/models/data/dataset/StringTableBuilder.h"
 
+#include <algorithm>
 #include <bit>
-#include <cstring>
 #include <limits>
 #include <random>
 
 namespace pellium {
 
 namespace {
-
-constexpr std::uint64_t multiplier = 0xD6E8FEB86659FD93ULL;
-
-std::uint64_t mix(std::uint64_t value) {
-    value ^= value >> 32;
-    value *= multiplier;
-    value ^= value >> 32;
-    value *= multiplier;
-    return value ^ (value >> 32);
-}
-
-std::uint64_t load64(const char* bytes) {
-    std::uint64_t value;
-    std::memcpy(&value, bytes, sizeof(value));
-    return value;
-}
-
-std::uint64_t load32(const char* bytes) {
-    std::uint32_t value;
-    std::memcpy(&value, bytes, sizeof(value));
-    return value;
-}
 
 std::uint64_t processSeed() {
     static const std::uint64_t seed = [] {
@@ -42,90 +20,75 @@ std::uint64_t processSeed() {
 }  // namespace
 
 StringTableBuilder::StringTableBuilder(std::size_t expectedTexts)
-    : table_(std::make_shared<std::vector<SharedString>>()) {
-    const std::size_t capacity = std::bit_ceil(std::max<std::size_t>(16, expectedTexts * 2));
-    slots_.resize(capacity);
-    mask_ = capacity - 1;
-    views_.reserve(expectedTexts);
+    : seed_(processSeed()),
+      tableIndex_(std::bit_ceil(std::max<std::size_t>(16, expectedTexts * 2))),
+      table_(std::make_shared<std::vector<SharedString>>()) {
+    entries_.reserve(expectedTexts);
     table_->reserve(expectedTexts);
 }
 
-// Words of eight bytes are mixed in turn; a short text is read as one or two overlapping words,
-// so every byte takes part without a loop over single bytes.
-std::uint64_t StringTableBuilder::hash(std::string_view text) const {
+std::uint64_t StringTableBuilder::hashLongText(std::string_view text, std::uint64_t state) {
     const char* bytes = text.data();
-    std::size_t length = text.size();
-    std::uint64_t state = processSeed() ^ (length * 0x9E3779B97F4A7C15ULL);
-    if (length >= 8) {
-        const char* last = bytes + length - 8;
-        while (length > 8) {
-            state = mix(state ^ load64(bytes));
-            bytes += 8;
-            length -= 8;
-        }
-        return mix(state ^ load64(last));
+    std::size_t position = 0;
+    for (; position + 8 < text.size(); position += 8) {
+        state = mix(state ^ load<std::uint64_t>(bytes + position));
     }
-    if (length >= 4) {
-        return mix(state ^ load32(bytes) ^ (load32(bytes + length - 4) << 32));
-    }
-    if (length > 0) {
-        const auto byte = [&](std::size_t position) {
-            return static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[position]));
-        };
-        return mix(state ^ byte(0) ^ (byte(length / 2) << 8) ^ (byte(length - 1) << 16));
-    }
-    return mix(state);
+    return mix(state ^ load<std::uint64_t>(bytes + text.size() - 8));
 }
 
-std::int32_t StringTableBuilder::add(std::string_view text, Refusal& refusal) {
-    const std::uint64_t hashed = hash(text);
-    const auto tag = static_cast<std::uint32_t>(hashed >> 32);
-    for (std::uint64_t position = hashed & mask_;; position = (position + 1) & mask_) {
-        const Slot& slot = slots_[position];
-        if (slot.index < 0) {
-            break;
-        }
-        if (slot.hashTag == tag && views_[static_cast<std::size_t>(slot.index)] == text) {
-            refusal = Refusal::NONE;
-            return slot.index;
-        }
+std::int32_t StringTableBuilder::addToIndex(std::string_view text, std::uint64_t hashed, Index& index,
+                                            Refusal& refusal) {
+    const Slot* known = tableIndex_.find(hashed, text, bytes_.data());
+    const std::int32_t entry = known ? known->index : insert(text, hashed, refusal);
+    if (known) {
+        refusal = Refusal::NONE;
     }
+    if (entry >= 0) {
+        place(index, hashed, entry);
+    }
+    return entry;
+}
+
+std::int32_t StringTableBuilder::insert(std::string_view text, std::uint64_t hashed, Refusal& refusal) {
     if (!StringUtilities::isValidUtf8(text)) {
         refusal = Refusal::INVALID_UTF8;
         return -1;
     }
-    if (views_.size() >= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
+    // Offsets and lengths are 32-bit, and indices must stay below the 32-bit limit.
+    if (entries_.size() >= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) ||
+        bytes_.size() + text.size() > std::numeric_limits<std::uint32_t>::max()) {
         refusal = Refusal::TABLE_FULL;
         return -1;
     }
-    const auto index = static_cast<std::int32_t>(views_.size());
-    SharedString interned = StringUtilities::internString(text);
-    views_.emplace_back(*interned);
-    table_->push_back(std::move(interned));
-    if (views_.size() * 2 > slots_.size()) {
-        grow();
-    } else {
-        place(hashed, index);
-    }
+    const auto entry = static_cast<std::int32_t>(entries_.size());
+    entries_.push_back({static_cast<std::uint32_t>(bytes_.size()), static_cast<std::uint32_t>(text.size())});
+    bytes_.insert(bytes_.end(), text.begin(), text.end());
+    table_->push_back(StringUtilities::internString(text));
+    place(tableIndex_, hashed, entry);
     refusal = Refusal::NONE;
-    return index;
+    return entry;
 }
 
-void StringTableBuilder::place(std::uint64_t hashed, std::int32_t index) {
-    std::uint64_t position = hashed & mask_;
-    while (slots_[position].index >= 0) {
-        position = (position + 1) & mask_;
+void StringTableBuilder::place(Index& index, std::uint64_t hashed, std::int32_t entry) {
+    if ((index.size_ + 1) * 2 > index.slots_.size()) {
+        // Keeps the load at most one half, so that probe sequences stay short.
+        std::vector<Slot> old(index.slots_.size() * 2);
+        old.swap(index.slots_);
+        index.mask_ = index.slots_.size() - 1;
+        index.size_ = 0;
+        for (const Slot& slot : old) {
+            if (slot.index >= 0) {
+                place(index, hash(std::string_view(bytes_.data() + slot.offset, slot.length)), slot.index);
+            }
+        }
     }
-    slots_[position] = {static_cast<std::uint32_t>(hashed >> 32), index};
-}
-
-// Keeps the load at most one half, so that probe sequences stay short.
-void StringTableBuilder::grow() {
-    slots_.assign(slots_.size() * 2, Slot{});
-    mask_ = slots_.size() - 1;
-    for (std::size_t index = 0; index < views_.size(); ++index) {
-        place(hash(views_[index]), static_cast<std::int32_t>(index));
+    std::uint64_t position = hashed & index.mask_;
+    while (index.slots_[position].index >= 0) {
+        position = (position + 1) & index.mask_;
     }
+    const Entry& bytes = entries_[static_cast<std::size_t>(entry)];
+    index.slots_[position] = {static_cast<std::uint32_t>(hashed >> 32), entry, bytes.offset, bytes.length};
+    ++index.size_;
 }
 
 }  // namespace pellium
