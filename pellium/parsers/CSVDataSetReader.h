@@ -105,7 +105,7 @@ struct CSVReadResult {
 ///   blank or empty quoted text is kept and is missing by its text.
 /// - A column is numeric when every field that is not one of those tokens reads as a decimal
 ///   number (an optional sign, digits with an optional point, an optional exponent; white space
-///   around it is ignored; "inf", "nan" and hexadecimal are not numbers). A quoted field makes its
+///   around it is ignored; "Infinity" is one, but "inf", "nan" and hexadecimal are not). A quoted field makes its
 ///   column a string column, unless the options say that quotes do not decide the type.
 /// - Columns may instead be given a type and a format name by the caller. A field of a given
 ///   numeric column that is not a plain number is read through its format's formatter (a date in

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 #include "pellium/util/StringUtilities.h"
 
@@ -100,6 +101,12 @@ bool CSVNumberReader::read(std::string_view text, double& value) {
         text.remove_prefix(1);
     }
     const std::size_t signLength = !hasPlusSign && !text.empty() && text.front() == '-' ? 1 : 0;
+    // The library writes infinities so (StringUtilities::createStringFromDouble); other spellings
+    // are texts.
+    if (text.substr(signLength) == "Infinity") {
+        value = signLength == 0 ? std::numeric_limits<double>::infinity() : -std::numeric_limits<double>::infinity();
+        return true;
+    }
     if (text.size() <= signLength || !(isDigit(text[signLength]) || text[signLength] == '.')) {
         return false;
     }

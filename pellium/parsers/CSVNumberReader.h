@@ -7,10 +7,11 @@
 namespace pellium {
 
 /// Reads the numbers of CSV fields: an optional sign ("+" or "-"), digits with an optional
-/// decimal point, and an optional exponent ("1.5e-3"), with nothing around them. Words that
-/// std::from_chars also accepts ("inf", "nan") and hexadecimal are refused, since in a report
-/// they are texts. Plain decimals of up to nineteen digits take an exact fast path; everything
-/// else goes through std::from_chars; both give the correctly rounded double.
+/// decimal point, and an optional exponent ("1.5e-3"), with nothing around them; also "Infinity"
+/// with an optional sign, as the library writes infinities. Other words that std::from_chars
+/// accepts ("inf", "nan") and hexadecimal are refused, since in a report they are texts. Plain decimals of up to
+/// nineteen digits take an exact fast path; everything else goes through std::from_chars; both give the correctly
+/// rounded double.
 class PELLIUM_EXPORT CSVNumberReader {
 public:
     CSVNumberReader() = delete;

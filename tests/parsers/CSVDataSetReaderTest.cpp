@@ -277,6 +277,9 @@ TEST(CSVDataSetReader, TheCombinedCSVReadsBackToTheSameDataSet) {
                 case 1:
                     numbers->push_back(static_cast<double>(static_cast<std::int64_t>(random() % 1000) - 500));
                     break;
+                case 2:
+                    numbers->push_back(random() % 2 ? std::numeric_limits<double>::infinity() : -0.0);
+                    break;
                 default:
                     numbers->push_back(std::bit_cast<double>(random() & 0x7FEFFFFFFFFFFFFFULL) *
                                        (random() % 2 ? 1 : -1));

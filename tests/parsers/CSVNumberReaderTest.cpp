@@ -54,6 +54,10 @@ TEST(CSVNumberReader, ExponentsAndSignsReadAsFromChars) {
         EXPECT_EQ(std::bit_cast<std::uint64_t>(value), std::bit_cast<std::uint64_t>(viaFromChars(unsigned_))) << text;
     }
     double value = 0;
+    ASSERT_TRUE(CSVNumberReader::read("-Infinity", value));
+    EXPECT_EQ(value, -std::numeric_limits<double>::infinity());
+    ASSERT_TRUE(CSVNumberReader::read("+Infinity", value));
+    EXPECT_EQ(value, std::numeric_limits<double>::infinity());
     ASSERT_TRUE(CSVNumberReader::read("-1e999", value));
     EXPECT_EQ(value, -std::numeric_limits<double>::infinity());
     ASSERT_TRUE(CSVNumberReader::read("1e-999", value));
@@ -62,8 +66,9 @@ TEST(CSVNumberReader, ExponentsAndSignsReadAsFromChars) {
 
 TEST(CSVNumberReader, WordsAndMalformedNumbersAreRefused) {
     for (const std::string_view text :
-         {"",         "-",     "+",  ".",   "-.",    "+-1", "--1", "inf", "-inf", "nan", "NaN",
-          "infinity", "0x1p3", "1e", "1e+", "1.2.3", "1,5", " 1",  "1 ",  "1a",   "e5",  "١٢"}) {
+         {"",      "-",   "+",        ".",     "-.",       "+-1",      "--1",        "inf", "-inf",
+          "nan",   "NaN", "infinity", "0x1p3", "infinity", "INFINITY", "+-Infinity", "1e",  "1e+",
+          "1.2.3", "1,5", " 1",       "1 ",    "1a",       "e5",       "١٢"}) {
         double value = 0;
         EXPECT_FALSE(CSVNumberReader::read(text, value)) << text;
     }
