@@ -60,13 +60,23 @@ const std::string& csvText() {
     return text;
 }
 
+// The text written to a temporary file, removed when the program ends.
+class CSVFile {
+public:
+    CSVFile() : path_(std::filesystem::temp_directory_path() / ("pellium-bench-" + std::to_string(getpid()) + ".csv")) {
+        std::ofstream(path_, std::ios::binary).write(csvText().data(), static_cast<std::streamsize>(csvText().size()));
+    }
+    ~CSVFile() { std::filesystem::remove(path_); }
+
+    std::string path() const { return path_.string(); }
+
+private:
+    std::filesystem::path path_;
+};
+
 const std::string& csvFile() {
-    static const std::string path = [] {
-        const auto file =
-            std::filesystem::temp_directory_path() / ("pellium-bench-" + std::to_string(getpid()) + ".csv");
-        std::ofstream(file, std::ios::binary).write(csvText().data(), static_cast<std::streamsize>(csvText().size()));
-        return file.string();
-    }();
+    static const CSVFile file;
+    static const std::string path = file.path();
     return path;
 }
 

@@ -18,8 +18,6 @@ namespace pellium {
 
 namespace {
 
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-
 std::int32_t sizeAsRowCount(std::size_t size) {
     return static_cast<std::int32_t>(std::min<std::size_t>(size, std::numeric_limits<std::int32_t>::max()));
 }
@@ -128,6 +126,9 @@ std::shared_ptr<Column> Column::copyRows(const RowSelection& rows) const {
     copy->strings_ = rows.apply(strings_);
     copy->stringTable_ = stringTable_;
     copy->updateNumberOfRows();
+    if (rows.isAll()) {
+        copy->givenTotal_ = givenTotal_;  // the same rows, so a total given for them still holds
+    }
     return copy;
 }
 
@@ -508,7 +509,7 @@ const Column::Summary& Column::currentSummary() const {
 }
 
 Column::Summary Column::computeSummary() const {
-    Summary summary{notANumber, notANumber, notANumber, notANumber, 0.0, nullptr};
+    Summary summary;
     if (getDataType() == DataType::STRING) {
         summarizeStrings(summary);
     } else {

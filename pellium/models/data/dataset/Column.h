@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -198,6 +199,8 @@ protected:
         static RowSelection firstRows(std::size_t count);
         static RowSelection listed(const RowIndexSet& rows);
 
+        bool isAll() const { return isAll_; }
+
         /// The selected elements of `source`; null for null.
         template <typename T>
         std::shared_ptr<std::vector<T>> apply(const std::shared_ptr<std::vector<T>>& source) const;
@@ -219,12 +222,13 @@ private:
     // Copies its sub-columns through copyRows.
     friend class PartiallyAggregatedColumn;
 
+    // What the summary holds before it is first computed, and for a column without ordinary values.
     struct Summary {
-        double minimumPositive;
-        double minimumNumber;
-        double maximumNumber;
-        double minimumNegative;
-        double total;
+        double minimumPositive = std::numeric_limits<double>::quiet_NaN();
+        double minimumNumber = std::numeric_limits<double>::quiet_NaN();
+        double maximumNumber = std::numeric_limits<double>::quiet_NaN();
+        double minimumNegative = std::numeric_limits<double>::quiet_NaN();
+        double total = 0;
         SharedString maximumString;
         bool containsMissing = false;
         bool containsAllOther = false;

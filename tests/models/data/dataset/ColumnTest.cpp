@@ -156,6 +156,8 @@ TEST(Column, TheSummaryCountsOrdinaryNumbersOnly) {
 
     column->setTotal(100);
     EXPECT_EQ(column->getTotal(), 100);
+    EXPECT_EQ(column->clone()->getTotal(), 100);
+    EXPECT_EQ(Column::create(column, 2)->getTotal(), -2) << "a total given for all rows does not hold for two";
     EXPECT_EQ(*column->getFormattedTotal(), *DataValue::formatNumericValue(100, column->getFormatName()));
     column->setNumberAtIndex(1, 1);
     EXPECT_EQ(column->getTotal(), -5.5) << "a given total stands until the data changes";
