@@ -184,7 +184,7 @@ void Column::remapStringIndices(const std::vector<std::int32_t>& newPositions,
 
 void Column::setNumberAtIndex(double number, std::int32_t row, bool notify) {
     if (!numbers_) {
-        throw std::out_of_range("Column::setNumberAtIndex: the column has no numbers");
+        throwHasNo("numbers");
     }
     (*numbers_)[checkedRow(row, numbers_->size())] = number;
     dataChanged(notify);
@@ -202,7 +202,7 @@ void Column::setStringAtIndex(SharedString text, std::int32_t row, bool notify) 
 
 void Column::setStringIndexAtIndex(std::int32_t index, std::int32_t row) {
     if (!stringIndices_) {
-        throw std::out_of_range("Column::setStringIndexAtIndex: the column has no string indices");
+        throwHasNo("string indices");
     }
     const std::size_t position = checkedRow(row, stringIndices_->size());
     (*stringIndices_)[position] = index;
@@ -237,39 +237,19 @@ bool Column::setDataValueAtIndex(const DataValue& value, std::int32_t row, bool 
     return true;
 }
 
-double Column::getNumberAtIndex(std::int32_t row) const {
-    if (!numbers_) {
-        throw std::out_of_range("Column::getNumberAtIndex: the column has no numbers");
-    }
-    return (*numbers_)[checkedRow(row, numbers_->size())];
-}
-
-SharedString Column::getStringAtIndex(std::int32_t row) const {
-    if (strings_) {
-        return (*strings_)[checkedRow(row, strings_->size())];
-    }
-    if (!stringIndices_) {
-        throw std::out_of_range("Column::getStringAtIndex: the column has no texts");
-    }
-    return resolveIndex((*stringIndices_)[checkedRow(row, stringIndices_->size())]);
-}
-
-std::int32_t Column::getStringIndexAtIndex(std::int32_t row) const {
-    if (stringIndices_) {
-        return (*stringIndices_)[checkedRow(row, stringIndices_->size())];
-    }
-    if (!strings_) {
-        throw std::out_of_range("Column::getStringIndexAtIndex: the column has no texts");
-    }
-    checkedRow(row, strings_->size());
-    return DataTokens::UNRESOLVABLE_DATA_VALUE;
-}
-
 std::shared_ptr<DataValue> Column::getDataValueAtIndex(std::int32_t row, bool useFormattedValueCache) const {
-    auto value = getDataType() == DataType::STRING
-                     ? DataValue::create(getStringAtIndex(row), getStringIndexAtIndex(row))
-                     : DataValue::create(getNumberAtIndex(row));
-    value->setFormattedValue(getFormattedValueAtIndex(row, useFormattedValueCache));
+    if (getDataType() != DataType::STRING) {
+        auto value = DataValue::create(getNumberAtIndex(row));
+        value->setFormattedValue(getFormattedValueAtIndex(row, useFormattedValueCache));
+        return value;
+    }
+    // A text is its own formatted value unless it is special, so the usual case sets nothing more.
+    const SharedString& text = textAtIndex(row);
+    const std::int32_t index = getStringIndexAtIndex(row);
+    auto value = DataValue::create(text, index);
+    if (SharedString formatted = DataValue::formatStringValue(text, index); formatted != text) {
+        value->setFormattedValue(std::move(formatted));
+    }
     return value;
 }
 
@@ -374,13 +354,15 @@ std::int32_t Column::findMatchingValue(const DataValue& value) const {
 
 SharedString Column::getFormattedValueAtIndex(std::int32_t row, bool useCache) const {
     if (getDataType() == DataType::STRING) {
-        return DataValue::formatStringValue(getStringAtIndex(row), getStringIndexAtIndex(row));
+        return DataValue::formatStringValue(textAtIndex(row), getStringIndexAtIndex(row));
     }
-    const double number = getNumberAtIndex(row);
     if (!useCache) {
-        return DataValue::formatNumericValue(number, getFormatName());
+        return DataValue::formatNumericValue(getNumberAtIndex(row), getFormatName());
     }
-    return formattedValueCache().get(*numbers_, static_cast<std::size_t>(row));
+    if (!numbers_) {
+        throwHasNo("numbers");
+    }
+    return formattedValueCache().get(*numbers_, checkedRow(row, numbers_->size()));
 }
 
 std::shared_ptr<Column::StringVector> Column::getFormattedValues() const {
@@ -628,22 +610,19 @@ std::string Column::getDescription() const {
 
 // --- Internals -------------------------------------------------------------------------------------
 
-std::size_t Column::checkedRow(std::int32_t row, std::size_t size) const {
-    if (row < 0 || static_cast<std::size_t>(row) >= size) {
-        throw std::out_of_range("Column: row " + std::to_string(row) + " is outside the " + std::to_string(size) +
-                                " rows of column '" + (getName() ? *getName() : std::string()) + "'");
-    }
-    return static_cast<std::size_t>(row);
+void Column::throwRowOutOfRange(std::int32_t row, std::size_t size) const {
+    throw std::out_of_range("Column: row " + std::to_string(row) + " is outside the " + std::to_string(size) +
+                            " rows of column '" + (getName() ? *getName() : std::string()) + "'");
 }
 
-SharedString Column::resolveIndex(std::int32_t index) const {
-    if (index < 0) {
-        return DataTokens::getStringConstant(index);
-    }
-    if (stringTable_ && static_cast<std::size_t>(index) < stringTable_->size()) {
-        return (*stringTable_)[static_cast<std::size_t>(index)];
-    }
-    return nullptr;
+void Column::throwHasNo(const char* what) const {
+    throw std::out_of_range(std::string("Column: column '") + (getName() ? *getName() : std::string()) + "' has no " +
+                            what);
+}
+
+// Token codes give their internal texts; an index the table lacks gives null.
+const SharedString& Column::resolveOtherIndex(std::int32_t index) const {
+    return index < 0 ? DataTokens::getStringConstant(index) : StringUtilities::getNullString();
 }
 
 void Column::makeStringsExplicit() {

@@ -107,11 +107,27 @@ public:
     /// false, changing nothing, for a value of the other kind.
     bool setDataValueAtIndex(const DataValue& value, std::int32_t row, bool notify = true);
 
-    double getNumberAtIndex(std::int32_t row) const;
+    // The per-cell getters are inline, for loops over rows.
+
+    double getNumberAtIndex(std::int32_t row) const {
+        if (!numbers_) {
+            throwHasNo("numbers");
+        }
+        return (*numbers_)[checkedRow(row, numbers_->size())];
+    }
     /// The row's text; null for an index the table lacks or UNRESOLVABLE_DATA_VALUE.
-    SharedString getStringAtIndex(std::int32_t row) const;
+    SharedString getStringAtIndex(std::int32_t row) const { return textAtIndex(row); }
     /// The row's index; UNRESOLVABLE_DATA_VALUE for a column with explicit texts and no indices.
-    std::int32_t getStringIndexAtIndex(std::int32_t row) const;
+    std::int32_t getStringIndexAtIndex(std::int32_t row) const {
+        if (stringIndices_) {
+            return (*stringIndices_)[checkedRow(row, stringIndices_->size())];
+        }
+        if (!strings_) {
+            throwHasNo("texts");
+        }
+        checkedRow(row, strings_->size());
+        return UNRESOLVED_INDEX;
+    }
 
     /// A new value for the row: for a string column its text and index, else its number; its
     /// formatted text is getFormattedValueAtIndex(row, useFormattedValueCache).
@@ -235,8 +251,34 @@ private:
         bool containsMatchesAll = false;
     };
 
-    std::size_t checkedRow(std::int32_t row, std::size_t size) const;
-    SharedString resolveIndex(std::int32_t index) const;
+    // DataTokens::UNRESOLVABLE_DATA_VALUE, without including DataTokens here.
+    static constexpr std::int32_t UNRESOLVED_INDEX = -1000;
+
+    std::size_t checkedRow(std::int32_t row, std::size_t size) const {
+        if (row < 0 || static_cast<std::size_t>(row) >= size) [[unlikely]] {
+            throwRowOutOfRange(row, size);
+        }
+        return static_cast<std::size_t>(row);
+    }
+    [[noreturn]] void throwRowOutOfRange(std::int32_t row, std::size_t size) const;
+    [[noreturn]] void throwHasNo(const char* what) const;
+
+    const SharedString& textAtIndex(std::int32_t row) const {
+        if (strings_) {
+            return (*strings_)[checkedRow(row, strings_->size())];
+        }
+        if (!stringIndices_) {
+            throwHasNo("texts");
+        }
+        return resolveIndex((*stringIndices_)[checkedRow(row, stringIndices_->size())]);
+    }
+    const SharedString& resolveIndex(std::int32_t index) const {
+        if (index >= 0 && stringTable_ && static_cast<std::size_t>(index) < stringTable_->size()) {
+            return (*stringTable_)[static_cast<std::size_t>(index)];
+        }
+        return resolveOtherIndex(index);
+    }
+    const SharedString& resolveOtherIndex(std::int32_t index) const;
     void makeStringsExplicit();
     void dataChanged(bool notify);
     const Summary& currentSummary() const;
