@@ -122,6 +122,9 @@ private:
             if (length != size) {
                 return false;
             }
+            if (size == 0) {
+                return true;  // and no bytes to compare, whose pointers may be null
+            }
             const char* mine = bytes + offset;
             const char* theirs = text.data();
             if (size >= 8 && size <= 16) {

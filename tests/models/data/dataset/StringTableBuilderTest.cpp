@@ -56,4 +56,16 @@ TEST(StringTableBuilder, MalformedUtf8IsRefusedAndNotAdded) {
     EXPECT_EQ(builder.size(), 2U);
 }
 
+TEST(StringTableBuilder, TheEmptyTextIsAnEntryLikeAnyOther) {
+    // Found by fuzzing: the first entry empty, when the builder holds no bytes at all.
+    StringTableBuilder builder;
+    StringTableBuilder::Index column;
+    StringTableBuilder::Refusal refusal = StringTableBuilder::Refusal::NONE;
+    EXPECT_EQ(builder.add(std::string_view(), column, refusal), 0);
+    EXPECT_EQ(builder.add(std::string_view(), column, refusal), 0);
+    EXPECT_EQ(builder.add("", refusal), 0);
+    EXPECT_EQ(builder.add("x", column, refusal), 1);
+    EXPECT_EQ(*builder.getTable()->front(), "");
+}
+
 }  // namespace pellium
