@@ -121,12 +121,24 @@ double NLSDTLookupFormat::parse(const std::string& text) const {
     if (trimmed.empty()) {
         return std::numeric_limits<double>::quiet_NaN();
     }
-    for (std::size_t index = 0; index < names_.size(); ++index) {
-        for (const auto& name : names_[index]) {
+    // Wide and abbreviated names first; a narrow name counts only when no other number has it
+    // ("T" is Tuesday and Thursday).
+    double found = std::numeric_limits<double>::quiet_NaN();
+    for (int form = 0; form < FORM_COUNT && std::isnan(found); ++form) {
+        int matches = 0;
+        for (std::size_t index = 0; index < names_.size(); ++index) {
+            const auto& name = names_[index][static_cast<std::size_t>(form)];
             if (StringUtilities::equalsIgnoreCase(StringUtilities::removeBidiControls(name.text), trimmed)) {
-                return static_cast<double>(index + 1);
+                found = static_cast<double>(index + 1);
+                ++matches;
             }
         }
+        if (matches > 1) {
+            return std::numeric_limits<double>::quiet_NaN();
+        }
+    }
+    if (!std::isnan(found)) {
+        return found;
     }
     int number = 0;
     if (StringUtilities::tryParseInt(trimmed, number) && number >= firstNumber() && number <= lastNumber()) {

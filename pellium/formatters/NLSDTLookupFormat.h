@@ -23,8 +23,8 @@ namespace pellium {
 /// The wide name is written when it fits the width, else the abbreviated one, else the narrow
 /// one, right-aligned; a value that is not a whole number in the range, or whose narrow name
 /// does not fit, is written as asterisks. `parse` reads any of the names (ASCII letters in any
-/// case; a narrow name that several numbers share reads as the first) and plain numbers in the
-/// range, and answers NaN for anything else.
+/// case) and plain numbers in the range, and answers NaN for anything else, a narrow name that
+/// several numbers share ("T") included.
 class PELLIUM_EXPORT NLSDTLookupFormat : public VekFormat {
 public:
     static constexpr int MAXIMUM_WIDTH = 64;

@@ -267,6 +267,9 @@ double NumericTextParser::parse(std::string_view text) const {
         }
         value = StringUtilities::createDoubleFromString(ascii);
     } else {
+        if (signed_ && (rest.starts_with('-') || rest.starts_with('+'))) {
+            return notANumber;  // one sign only
+        }
         value = StringUtilities::createDoubleFromString(rest);
         if (std::isnan(value)) {
             return notANumber;

@@ -21,8 +21,9 @@ std::shared_ptr<Formatter> PvalueNumericFormatter::create(const std::shared_ptr<
 
 bool PvalueNumericFormatter::writeFinite(double value, NumericTextBuilder& out) const {
     const auto digits = DecimalDigits::fromDouble(value);
-    // 0.d1d2... x 10^p is below 10^-d exactly when p <= -d.
-    const bool belowSmallest = value >= 0 && (digits.isZero() || digits.pointPosition <= -decimals());
+    // 0.d1d2... x 10^p is below 10^-d in magnitude exactly when p <= -d. A tiny negative value is
+    // no probability either way; it is shown as the tiny value it is.
+    const bool belowSmallest = digits.isZero() || digits.pointPosition <= -decimals();
     if (!belowSmallest) {
         return BaseNumericFormatter::writeFinite(value, out);
     }
