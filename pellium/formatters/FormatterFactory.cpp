@@ -72,9 +72,7 @@ std::shared_ptr<Formatter> createFormatterOfClass(std::string_view className, co
     return nullptr;
 }
 
-std::string upperCasedKey(std::string_view name) {
-    return StringUtilities::toUpperAscii(name);
-}
+std::string upperCasedKey(std::string_view name) { return StringUtilities::toUpperAscii(name); }
 
 }  // namespace
 
@@ -94,9 +92,7 @@ std::shared_ptr<FormatterFactory> FormatterFactory::getSharedInstance() {
     return instance();
 }
 
-int FormatterFactory::getWrapperTypeId() const {
-    return WrapperTypeIds::FORMATTER_FACTORY;
-}
+int FormatterFactory::getWrapperTypeId() const { return WrapperTypeIds::FORMATTER_FACTORY; }
 
 std::shared_ptr<Formatter> FormatterFactory::getFormatter(const std::shared_ptr<LocalizationContext>& context,
                                                           std::string_view name) {
@@ -233,8 +229,7 @@ void FormatterFactory::clearUserDefinedFormatters() {
 }
 
 bool FormatterFactory::isAmbiguousCurrencyFormatName(std::string_view name) {
-    return name.starts_with(currencyPrefix) &&
-           (name.size() == currencyPrefix.size() || name[currencyPrefix.size()] != '_');
+    return name.starts_with(currencyPrefix) && (name.size() == currencyPrefix.size() || name[currencyPrefix.size()] != '_');
 }
 
 bool FormatterFactory::disambiguateCurrencyFormatName(std::string& name, std::string_view locale) {
