@@ -96,7 +96,8 @@ NumericSymbols NumericSymbols::read(Lookup lookup) {
     symbols.infinity = symbol("infinity", "\u221E");
     symbols.nan = symbol("nan", "NaN");
 
-    const auto decimal = splitPattern(textOr(lookup("decimalPattern"), "#,##0.###"));
+    const auto decimalPattern = textOr(lookup("decimalPattern"), "#,##0.###");  // the parts view into it
+    const auto decimal = splitPattern(decimalPattern);
     readGrouping(decimal.number, symbols.primaryGroupSize, symbols.secondaryGroupSize);
     int minimumGrouping = 1;
     if (StringUtilities::tryParseInt(textOr(lookup("minimumGroupingDigits"), "1"), minimumGrouping) &&
