@@ -157,8 +157,8 @@ function weekKeys(cldr, locale) {
 
 function isDigitOnly(text) { return /^\p{Nd}+$/u.test(text); }
 
-// Month, weekday, quarter and era names, am and pm. Stand-alone names are emitted by the writer
-// only where they differ from the names used inside a date.
+// Month, weekday, quarter and era names, the stand-alone names included (en_US has them all, so
+// every language bundle must too, or the English ones would show through).
 function calendarKeys(cldr, locale) {
     const calendar = cldr.gregorian(cldr.resolveId(locale));
     const pairs = [];
@@ -254,29 +254,17 @@ const NUMBER_KEYS = new Set(['decimalSeparator', 'groupingSeparator', 'percentSi
     'negativeSign', 'exponentSeparator', 'infinity', 'nan', 'decimalPattern', 'percentPattern', 'currencyPattern',
     'minimumGroupingDigits']);
 
-function standaloneBase(key) { return key.replace('.standalone.', '.'); }
-
-// The value a chain of bundles gives for `key`, stand-alone keys falling back to the names used
-// inside a date.
+// The value a chain of bundles gives for `key`.
 function lookup(chain, key) {
     for (const bundle of chain) {
         if (bundle.has(key)) return bundle.get(key);
     }
-    return key.includes('.standalone.') ? lookup(chain, standaloneBase(key)) : undefined;
+    return undefined;
 }
 
-// The entries a bundle must hold so that `chain` (this bundle first, then its parents) gives
-// every generated value.
+// The entries a bundle must hold so that it, followed by `parents`, gives every generated value.
 function entriesToWrite(generated, parents) {
-    const own = new Map();
-    const chain = [own, ...parents];
-    for (const [key, value] of generated) {
-        if (!key.includes('.standalone.') && lookup(parents, key) !== value) own.set(key, value);
-    }
-    for (const [key, value] of generated) {
-        if (key.includes('.standalone.') && lookup(chain, key) !== value) own.set(key, value);
-    }
-    return own;
+    return new Map(generated.filter(([key, value]) => lookup(parents, key) !== value));
 }
 
 // Keys are written in the order the producers made them, one blank line between groups.
