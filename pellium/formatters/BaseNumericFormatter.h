@@ -18,17 +18,21 @@ class NumericTextBuilder;
 /// factory from a FormatInfo; all symbols, separators and affixes are resolved once, at
 /// construction, so that `format` does no look-up and no allocation beyond its result.
 ///
-/// | Name            | Writes                                              | Width: default, range | Decimals   |
-/// |-----------------|-----------------------------------------------------|-----------------------|------------|
-/// | F               | 1234.57, no grouping                                | 12, 1-32              | 0          |
-/// | Z               | 001234.57: F padded with zeros to the width         | 1, 1-32               | 0          |
-/// | COMMA           | 1,234.57                                            | 6, 1-32               | 0          |
-/// | DOLLAR          | $1,234.57 (EURO, POUND, YEN, WON with their symbol) | 6, 2-32               | 0          |
-/// | CURRENCY        | the data locale's currency in its local form, with  | 12, 1-32              | currency's |
-/// |                 | that locale's separators (CURRENCY_de_DE: 1.234,57 €)|                      |            |
-/// | NLMNL<code>     | that currency in the format locale's local form     | 12, 1-32              | currency's |
-/// | NLMNI<code>     | the same with the ISO code (USD 1,234.57)           | 12, 1-32              | currency's |
-/// | PERCENT         | 12.3%: the value times 100; negatives as (12.3%)     | 6, 4-32               | 0          |
+/// | Name        | Writes                                                  | Width: default, range | Decimals   |
+/// |-------------|---------------------------------------------------------|-----------------------|------------|
+/// | F           | 1234.57, no grouping                                    | 12, 1-32              | 0          |
+/// | Z           | 001234.57: F padded with zeros to the width             | 1, 1-32               | 0          |
+/// | COMMA       | 1,234.57                                                | 6, 1-32               | 0          |
+/// | DOLLAR      | $1,234.57 (EURO, POUND, YEN, WON with their symbol)     | 6, 2-32               | 0          |
+/// | CURRENCY    | the data locale's currency, pattern and separators      | 12, 1-32              | currency's |
+/// |             | (CURRENCY_de_DE: 1.234,57 €)                            |                       |            |
+/// | NLMNL<code> | that currency in the format locale's local form         | 12, 1-32              | currency's |
+/// | NLMNI<code> | the same with the ISO code (USD 1,234.57)               | 12, 1-32              | currency's |
+/// | PERCENT     | 12.3%: the value times 100; negatives as (12.3%)        | 6, 4-32               | 0          |
+///
+/// Any other numeric name that reaches this class writes as F. The named currencies always put
+/// their symbol before the number; CURRENCY and NLMNL follow the locale's currency pattern
+/// ("$1,234.57" in en_US, "1.234,57 €" in de_DE); a negative amount has the sign in front.
 ///
 /// A width of 0 (no width in the name) takes the default; a width outside the range is moved to
 /// its nearest end; decimals are 0 to 31. Texts are right-aligned in the width with spaces; the

@@ -105,12 +105,12 @@ bool NumericTextParser::matchGroupingSeparator(std::string_view body, std::size_
 }
 
 // Digits with grouping separators where the locale puts them: the last group has the primary
-// size, the groups before it the secondary size, the first one at most that.
+// size, the groups before it the secondary size, the first one at most that ("1,23,456" in India,
+// "1,234" but not "1234,567" elsewhere).
 bool NumericTextParser::readIntegerPart(std::string_view body, std::size_t& position, std::string& ascii) const {
     int groups = 0;
     int groupLength = 0;
     int firstGroupLength = 0;
-    int previousGroupLength = -1;
     while (position < body.size()) {
         if (isDigit(body[position])) {
             ascii.push_back(body[position++]);
@@ -130,17 +130,10 @@ bool NumericTextParser::readIntegerPart(std::string_view body, std::size_t& posi
         } else if (groupLength != secondaryGroupSize_) {
             return false;
         }
-        previousGroupLength = groupLength;
         ++groups;
         groupLength = 0;
     }
-    if (groups > 0) {
-        const int firstLimit = groups > 1 ? secondaryGroupSize_ : std::max(primaryGroupSize_, secondaryGroupSize_);
-        if (groupLength != primaryGroupSize_ || firstGroupLength > firstLimit || previousGroupLength <= 0) {
-            return false;
-        }
-    }
-    return true;
+    return groups == 0 || (groupLength == primaryGroupSize_ && firstGroupLength <= secondaryGroupSize_);
 }
 
 bool NumericTextParser::readLocaleNumber(std::string_view body, std::string& ascii) const {

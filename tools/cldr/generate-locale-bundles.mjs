@@ -223,6 +223,7 @@ function readProperties(file) {
         const line = rawLine.trimStart();
         if (!line || line.startsWith('#') || line.startsWith('!')) continue;
         const separator = line.search(/[=:]/);
+        if (separator < 0) continue;
         const key = line.slice(0, separator).trim();
         const value = line.slice(separator + 1).replace(/^[ \t]+/, '')
             .replace(/\\u([0-9A-Fa-f]{4})/g, (_, hex) => String.fromCharCode(parseInt(hex, 16)))
@@ -231,6 +232,10 @@ function readProperties(file) {
     }
     return entries;
 }
+
+const NUMBER_KEYS = new Set(['decimalSeparator', 'groupingSeparator', 'percentSign', 'perMilleSign', 'plusSign',
+    'negativeSign', 'exponentSeparator', 'infinity', 'nan', 'decimalPattern', 'percentPattern', 'currencyPattern',
+    'minimumGroupingDigits']);
 
 // Invisible and space characters are written as \u escapes, so a reader sees them; so is every
 // non-ASCII character of the number keys, where a no-break space and a space look alike.
@@ -250,10 +255,6 @@ function escapeValue(key, value) {
     }
     return out.startsWith(' ') ? `\\${out}` : out;
 }
-const NUMBER_KEYS = new Set(['decimalSeparator', 'groupingSeparator', 'percentSign', 'perMilleSign', 'plusSign',
-    'negativeSign', 'exponentSeparator', 'infinity', 'nan', 'decimalPattern', 'percentPattern', 'currencyPattern',
-    'minimumGroupingDigits']);
-
 // The value a chain of bundles gives for `key`.
 function lookup(chain, key) {
     for (const bundle of chain) {
