@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <mutex>
 
 #include "pellium/util/TimeUtilities.h"
 #include "pellium/util/TimeZoneTransitions.h"
 #include "pellium/util/TimeZoneUtilities.h"
+#include "pellium/util/vector_map.h"
 
 namespace pellium {
 
@@ -53,16 +55,51 @@ std::shared_ptr<TimeZone> TimeZone::create(std::string_view id, const std::share
     return zone->initialize(id, reader) ? zone : nullptr;
 }
 
+struct TimeZone::Definition {
+    std::vector<std::shared_ptr<const ZoneOffsetRule>> rules;
+    std::shared_ptr<const TimeZoneTransitions> transitions;
+};
+
+std::shared_ptr<const TimeZone::Definition> TimeZone::define(std::string_view id, const ZoneDataReader& reader) {
+    auto definition = std::make_shared<Definition>();
+    std::vector<std::shared_ptr<ZoneOffsetRule>> rules = reader.getAllRules(id);
+    definition->rules.assign(rules.begin(), rules.end());
+    definition->transitions = TimeZoneTransitions::build(definition->rules);
+    return definition;
+}
+
 bool TimeZone::initialize(std::string_view id, const std::shared_ptr<const ZoneDataReader>& reader) {
     if (reader == nullptr || !reader->isValidID(id)) {
         return false;
     }
     id_ = StringUtilities::internString(id);
-    std::vector<std::shared_ptr<ZoneOffsetRule>> rules = reader->getAllRules(id);
-    rules_.assign(rules.begin(), rules.end());
-    transitions_ = TimeZoneTransitions::build(rules_);
+    if (reader == ZoneDataReader::getDefault()) {
+        // The compiled-in zones are defined once per process. Definitions are built outside the
+        // lock; when two threads define the same zone at once, the first one stored is kept.
+        static std::mutex cacheMutex;
+        static vector_map<std::string, std::shared_ptr<const Definition>> cache;
+        {
+            const std::lock_guard<std::mutex> lock(cacheMutex);
+            const auto cached = cache.find(id);
+            if (cached != cache.end()) {
+                definition_ = cached->second;
+            }
+        }
+        if (definition_ == nullptr) {
+            std::shared_ptr<const Definition> built = define(id, *reader);
+            const std::lock_guard<std::mutex> lock(cacheMutex);
+            definition_ = cache.try_emplace(std::string(id), std::move(built)).first->second;
+        }
+    } else {
+        definition_ = define(id, *reader);
+    }
+    transitions_ = definition_->transitions.get();
     current_ = createInfo(TimeUtilities::now(), DateType::Universal);
     return true;
+}
+
+const std::vector<std::shared_ptr<const ZoneOffsetRule>>& TimeZone::getRules() const {
+    return definition_->rules;
 }
 
 bool TimeZone::isValidID(std::string_view id) {
@@ -141,7 +178,7 @@ std::shared_ptr<TimeZoneInfo> TimeZone::getRuleInfo(const ZoneOffsetRule& row, d
 }
 
 double TimeZone::getUntilTime(const ZoneOffsetRule& row, DateType::type type) const {
-    if (indexOfRow(row) == rules_.size() || !DateType::isValid(type)) {
+    if (indexOfRow(row) == getRules().size() || !DateType::isValid(type)) {
         return NOT_A_NUMBER;
     }
     // One second early, so that the offsets are those of the period that ends.
@@ -196,10 +233,11 @@ std::shared_ptr<const SavingRule> TimeZone::searchDSTEndRule(const ZoneOffsetRul
 }
 
 std::size_t TimeZone::indexOfRow(const ZoneOffsetRule& row) const {
-    const auto found =
-        std::find_if(rules_.begin(), rules_.end(),
-                     [&](const std::shared_ptr<const ZoneOffsetRule>& rule) { return rule.get() == &row; });
-    return static_cast<std::size_t>(found - rules_.begin());
+    const std::vector<std::shared_ptr<const ZoneOffsetRule>>& rules = getRules();
+    const auto found = std::find_if(rules.begin(), rules.end(), [&](const std::shared_ptr<const ZoneOffsetRule>& rule) {
+        return rule.get() == &row;
+    });
+    return static_cast<std::size_t>(found - rules.begin());
 }
 
 std::shared_ptr<TimeZoneInfo> TimeZone::createInfo(double time, DateType::type type) const {

@@ -25,11 +25,11 @@ class TimeZoneTransitions;
 /// expressions use it to turn wall-clock times into UTC.
 ///
 /// Times are seconds since 1 January 1960, 00:00, in the clock that the `DateType` argument
-/// names; offsets are seconds east of UTC. At creation the zone reads its periods and saving
-/// rules and works out every transition of its history once, so that a query is a search in a
-/// table and never allocates; times after 2100 (or after the zone's last change of rules, if
-/// later) evaluate the final rules. A zone never changes after creation and may be queried from
-/// any number of threads.
+/// names; offsets are seconds east of UTC. A zone's periods and saving rules are read, and every
+/// transition of its history worked out, once per process for the compiled-in files (and once per
+/// zone object for files read at run time), so that a query is a search in a table that never
+/// allocates; times after 2100 (or after the zone's last change of rules, if later) evaluate the
+/// final rules. A zone never changes after creation and may be queried from any number of threads.
 ///
 /// Wall-clock times that happen twice or not at all resolve to the offset in force before the
 /// change of clocks: a wall time in the hour skipped at the start of daylight time reads as
@@ -91,7 +91,7 @@ public:
     // --- The zone's periods and the rules behind the answers -----------------------------------
 
     /// The zone's periods, newest first, with their saving rows.
-    const std::vector<std::shared_ptr<const ZoneOffsetRule>>& getRules() const { return rules_; }
+    const std::vector<std::shared_ptr<const ZoneOffsetRule>>& getRules() const;
 
     /// The state that the period `row` (one of getRules()) gives at `time` in clock `type`: the
     /// zone's state at that time when it falls into the period, otherwise at the period's first
@@ -131,12 +131,18 @@ protected:
     bool initialize(std::string_view id, const std::shared_ptr<const ZoneDataReader>& reader);
 
 private:
+    // The periods of a zone and the transitions worked out from them, shared by the zone objects
+    // of one identifier.
+    struct Definition;
+
+    static std::shared_ptr<const Definition> define(std::string_view id, const ZoneDataReader& reader);
     std::size_t indexOfRow(const ZoneOffsetRule& row) const;
     std::shared_ptr<TimeZoneInfo> createInfo(double time, DateType::type type) const;
 
     SharedString id_;
-    std::vector<std::shared_ptr<const ZoneOffsetRule>> rules_;
-    std::shared_ptr<const TimeZoneTransitions> transitions_;
+    std::shared_ptr<const Definition> definition_;
+    // The transitions of the definition, for the queries.
+    const TimeZoneTransitions* transitions_ = nullptr;
     std::shared_ptr<const TimeZoneInfo> current_;
 };
 

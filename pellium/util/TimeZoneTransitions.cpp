@@ -364,7 +364,6 @@ void TimeZoneTransitions::Builder::finish() {
     if (table_->types_.empty()) {
         typeOf(0.0, 0.0, false, "UTC");
     }
-    table_->initialType_ = defaultType_.value_or(0);
     const std::vector<LocalTime>& types = table_->types_;
 
     // In time order, dropping transitions that change nothing, and letting a transition whose
@@ -389,23 +388,18 @@ void TimeZoneTransitions::Builder::finish() {
 
     // Where each transition stands on each clock: on the local clocks, at the later of its two
     // readings, which puts skipped and repeated local times in the period before it.
-    for (std::vector<double>& boundaries : table_->boundaries_) {
-        boundaries.reserve(kept.size());
-    }
-    table_->typeAfter_.reserve(kept.size());
-    std::uint32_t typeBefore = table_->initialType_;
+    table_->typeUpTo_.reserve(kept.size() + 1);
+    table_->typeUpTo_.push_back(defaultType_.value_or(0));
     for (const Transition& transition : kept) {
-        const LocalTime& before = types[typeBefore];
+        const LocalTime& before = types[table_->typeUpTo_.back()];
         const LocalTime& after = types[transition.type];
-        const auto append = [&](DateType::type clock, double boundary) {
-            std::vector<double>& boundaries = table_->boundaries_[clock];
-            boundaries.push_back(boundaries.empty() ? boundary : std::max(boundary, boundaries.back()));
-        };
-        append(DateType::Universal, transition.time);
-        append(DateType::Wall, transition.time + std::max(before.offset, after.offset));
-        append(DateType::Standard, transition.time + std::max(before.rawOffset, after.rawOffset));
-        table_->typeAfter_.push_back(transition.type);
-        typeBefore = transition.type;
+        table_->boundaries_[DateType::Universal].append(transition.time);
+        table_->boundaries_[DateType::Wall].append(transition.time + std::max(before.offset, after.offset));
+        table_->boundaries_[DateType::Standard].append(transition.time + std::max(before.rawOffset, after.rawOffset));
+        table_->typeUpTo_.push_back(transition.type);
+    }
+    for (Boundaries& boundaries : table_->boundaries_) {
+        boundaries.buildIndex();
     }
 
     // The newest period's events of one year, each knowing the type in force before it (the
@@ -427,14 +421,31 @@ void TimeZoneTransitions::Builder::finish() {
     }
 }
 
-const TimeZoneTransitions::LocalTime& TimeZoneTransitions::find(double time, DateType::type clock) const noexcept {
-    if (time >= recurringStart_) {
-        return findRecurring(time, clock);
+void TimeZoneTransitions::Boundaries::append(double boundary) {
+    // A boundary never stands before the one before it: when two transitions come closer than
+    // their change of offset, the local times between belong to the later one.
+    values_.push_back(values_.empty() ? boundary : std::max(boundary, values_.back()));
+}
+
+void TimeZoneTransitions::Boundaries::buildIndex() {
+    if (values_.empty()) {
+        return;
     }
-    const std::vector<double>& boundaries = boundaries_[clock];
-    const auto count =
-        static_cast<std::size_t>(std::upper_bound(boundaries.begin(), boundaries.end(), time) - boundaries.begin());
-    return types_[count == 0 ? initialType_ : typeAfter_[count - 1]];
+    base_ = std::floor(values_.front());
+    const double span = values_.back() - base_;
+    int exponent = 10;
+    while (std::ldexp(1.0, exponent) * 2.0 * static_cast<double>(values_.size()) < span) {
+        ++exponent;
+    }
+    const double width = std::ldexp(1.0, exponent);
+    inverseWidth_ = std::ldexp(1.0, -exponent);
+    const auto bucketCount = static_cast<std::size_t>(span * inverseWidth_) + 1;
+    firstOfBucket_.resize(bucketCount + 1);
+    for (std::size_t bucket = 0; bucket <= bucketCount; ++bucket) {
+        const double bucketStart = base_ + static_cast<double>(bucket) * width;
+        firstOfBucket_[bucket] =
+            static_cast<std::uint32_t>(std::lower_bound(values_.begin(), values_.end(), bucketStart) - values_.begin());
+    }
 }
 
 // Evaluates the repeating events of the year before, of and after the time's year, and answers
@@ -472,10 +483,10 @@ double TimeZoneTransitions::findNextTransition(double time) const noexcept {
     if (std::isnan(time)) {
         return NOT_A_NUMBER;
     }
-    const std::vector<double>& universal = boundaries_[DateType::Universal];
-    const auto next = std::upper_bound(universal.begin(), universal.end(), time);
-    if (next != universal.end()) {
-        return *next;
+    const std::vector<double>& universal = boundaries_[DateType::Universal].values();
+    const std::size_t passed = boundaries_[DateType::Universal].countUpTo(time);
+    if (passed < universal.size()) {
+        return universal[passed];
     }
     if (recurring_.empty()) {
         return NOT_A_NUMBER;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -55,7 +56,12 @@ public:
 
     /// The local time in force at `time`, given in `clock`. `time` must not be NaN and `clock`
     /// must be a DateType.
-    const LocalTime& find(double time, DateType::type clock) const noexcept;
+    const LocalTime& find(double time, DateType::type clock) const noexcept {
+        if (time >= recurringStart_) [[unlikely]] {
+            return findRecurring(time, clock);
+        }
+        return types_[typeUpTo_[boundaries_[clock].countUpTo(time)]];
+    }
 
     /// The first instant (UTC) after `time` at which anything about the local time changes; NaN
     /// when nothing ever changes again.
@@ -66,7 +72,7 @@ public:
     PeriodSpan getPeriodSpan(std::size_t index) const noexcept;
 
     /// How many transitions the table holds (those of the far future are not counted).
-    std::size_t getTransitionCount() const noexcept { return typeAfter_.size(); }
+    std::size_t getTransitionCount() const noexcept { return typeUpTo_.size() - 1; }
 
 private:
     class Builder;
@@ -84,14 +90,54 @@ private:
         std::uint32_t type;
     };
 
+    // Where the transitions stand on one clock, ascending, with an index that makes finding them
+    // a constant-time step: the span of the boundaries is cut into buckets of a power-of-two
+    // width, about two for each boundary, and each bucket knows the first boundary at or after its
+    // start. A search then looks only at the few boundaries of one bucket.
+    class Boundaries {
+    public:
+        void append(double boundary);
+        void buildIndex();
+        /// How many boundaries are at or before `time`.
+        std::size_t countUpTo(double time) const noexcept {
+            if (values_.empty() || !(time >= values_.front())) {
+                return 0;
+            }
+            if (time >= values_.back()) {
+                return values_.size();
+            }
+            // Every boundary before the time's bucket is at or before the time, every one after
+            // it after. A bucket mostly holds one boundary or none, which one comparison settles
+            // without a branch; the first boundary at or after an empty bucket lies beyond it.
+            const auto bucket = static_cast<std::size_t>((time - base_) * inverseWidth_);
+            const std::size_t first = firstOfBucket_[bucket];
+            const std::size_t last = firstOfBucket_[bucket + 1];
+            if (last - first > 1) [[unlikely]] {
+                return static_cast<std::size_t>(std::upper_bound(values_.begin() + static_cast<std::ptrdiff_t>(first),
+                                                                 values_.begin() + static_cast<std::ptrdiff_t>(last),
+                                                                 time) -
+                                                values_.begin());
+            }
+            return first + static_cast<std::size_t>(values_[first] <= time);
+        }
+        const std::vector<double>& values() const noexcept { return values_; }
+
+    private:
+        std::vector<double> values_;
+        double base_ = 0.0;
+        double inverseWidth_ = 0.0;
+        std::vector<std::uint32_t> firstOfBucket_;
+    };
+
     const LocalTime& findRecurring(double time, DateType::type clock) const noexcept;
     double boundaryOf(const RecurringEvent& event, int year, DateType::type clock) const noexcept;
 
     std::vector<LocalTime> types_;
-    std::uint32_t initialType_ = 0;
-    // For each clock (indexed by DateType), where each transition stands on that clock, ascending.
-    std::array<std::vector<double>, DateType::NUMBER_OF_VALUES> boundaries_;
-    std::vector<std::uint32_t> typeAfter_;
+    // For each clock (indexed by DateType), where each transition stands on that clock.
+    std::array<Boundaries, DateType::NUMBER_OF_VALUES> boundaries_;
+    // The type in force once the first n transitions have passed: the initial type, then the
+    // type after each transition.
+    std::vector<std::uint32_t> typeUpTo_;
     // From this date-time on (in any clock), the recurring events answer.
     double recurringStart_ = 0.0;
     std::vector<RecurringEvent> recurring_;

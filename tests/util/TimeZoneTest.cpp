@@ -141,6 +141,10 @@ TEST(TimeZone, CreationAndIdentifiers) {
     EXPECT_EQ(*zone->getName(), "JST");
     const auto berlin = zoneNamed("Europe/Berlin");
     EXPECT_EQ(berlin->getOffset(), berlin->getOffset(TimeUtilities::now(), DateType::Universal));
+    // Compiled-in zones share what they read; zones of a reader of run-time texts do not.
+    EXPECT_EQ(zoneNamed("Europe/Berlin")->getRules()[0], berlin->getRules()[0]);
+    const auto reader = ZoneDataReader::create("A/B;X;0;0;1;3999;1;1;-1;0;0", "");
+    EXPECT_NE(TimeZone::create("A/B", reader)->getRules()[0], TimeZone::create("A/B", reader)->getRules()[0]);
 }
 
 TEST(TimeZone, IdentifiersForFixedOffsets) {
@@ -346,6 +350,10 @@ TEST(TimeZone, ManyThreadsReadOneZoneAndGetWhatOneThreadGets) {
     }
     const auto answerAll = [&] {
         double sum = 0;
+        // Creating zones, the first time or again, while others are read.
+        for (const char* id : {"Europe/Vienna", "Asia/Manila", "America/Halifax", "Europe/London"}) {
+            sum += TimeZone::create(id)->getOffset(0.0, DateType::Universal);
+        }
         for (const auto& zone : zones) {
             for (const double sample : samples) {
                 sum += zone->getOffset(sample, static_cast<DateType::type>(std::fmod(std::fabs(sample), 3.0)));
