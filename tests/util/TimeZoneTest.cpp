@@ -128,7 +128,7 @@ TEST(TimeZone, CreationAndIdentifiers) {
     EXPECT_TRUE(TimeZone::isValidID("Pacific/Chatham"));
     EXPECT_FALSE(TimeZone::isValidID("pacific/chatham"));
     const std::vector<std::string> ids = TimeZone::getAvailableIDs();
-    EXPECT_EQ(ids.size(), 591U);
+    EXPECT_EQ(ids, ZoneDataReader::getDefault()->getAllIDs());
     EXPECT_NE(std::find(ids.begin(), ids.end(), "America/Argentina/Buenos_Aires"), ids.end());
     const auto zone = zoneNamed("Asia/Tokyo");
     EXPECT_EQ(*zone->getID(), "Asia/Tokyo");

@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "pellium/resources/files/CompiledAssets.h"
 #include "pellium/resources/logging/Logger.h"
 #include "pellium/util/SavingRule.h"
 #include "pellium/util/TimeUtilities.h"
@@ -28,6 +31,12 @@ public:
     std::vector<std::string> messages;
 };
 
+// Whether the library holds the committed zone files (a build may compile in another release).
+bool isCommittedRelease() {
+    const std::optional<std::string_view> zones = CompiledAssets::find(ZoneDataReader::ZONE_ASSET);
+    return zones && zones->substr(0, 200).find("release 2018g,") != std::string_view::npos;
+}
+
 const char* const VALID_ZONE_ROW = "Test/Zone;CE%sT;3600;EU;1;3999;1;1;-1;0;0";
 const char* const VALID_SAVING_ROW = "EU;1981;3999;2;3;-1;1;3600;1;3600;S;2;10;-1;1;3600;1;-";
 
@@ -47,8 +56,10 @@ TEST(ZoneDataReader, CompiledInFilesReadWithoutAFault) {
     EXPECT_EQ(reader->getSkippedRowCount(), 0U);
     EXPECT_TRUE(warnings.messages.empty());
     const std::vector<std::string> ids = reader->getAllIDs();
-    // The 387 zones and 204 links of release 2018g.
-    EXPECT_EQ(ids.size(), 591U);
+    if (isCommittedRelease()) {
+        // The 387 zones and 204 links of release 2018g.
+        EXPECT_EQ(ids.size(), 591U);
+    }
     EXPECT_TRUE(std::is_sorted(ids.begin(), ids.end()));
     for (const char* id : {"Europe/Berlin", "America/Sao_Paulo", "Australia/Lord_Howe", "Etc/GMT+5", "UTC",
                            "US/Eastern", "Asia/Calcutta", "Asia/Kolkata"}) {
@@ -60,6 +71,9 @@ TEST(ZoneDataReader, CompiledInFilesReadWithoutAFault) {
 }
 
 TEST(ZoneDataReader, ZoneRowsComeNewestFirstWithTheirSavingRows) {
+    if (!isCommittedRelease()) {
+        GTEST_SKIP() << "reads rows of the committed release 2018g";
+    }
     const std::vector<std::shared_ptr<ZoneOffsetRule>> rules =
         ZoneDataReader::getDefault()->getAllRules("Africa/Algiers");
     ASSERT_EQ(rules.size(), 10U);
@@ -85,6 +99,9 @@ TEST(ZoneDataReader, ZoneRowsComeNewestFirstWithTheirSavingRows) {
 }
 
 TEST(ZoneDataReader, SavingRowsCarryBothHalvesOrOne) {
+    if (!isCommittedRelease()) {
+        GTEST_SKIP() << "reads rows of the committed release 2018g";
+    }
     const std::shared_ptr<const ZoneDataReader> reader = ZoneDataReader::getDefault();
     // AN;2008;3999;3;10;1;1;7200;2;3600;D;3;4;1;1;7200;2;S
     const auto& an = reader->getSavingRules("AN");
