@@ -26,9 +26,9 @@ constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
 constexpr int MINIMUM_TABLE_YEAR = 2100;
 
 // Bounds on the work that damaged rule files can cause: far more than any real zone needs (a few
-// hundred transitions from some thousands of rule evaluations).
-constexpr std::size_t MAXIMUM_TRANSITIONS = 100000;
-constexpr std::size_t MAXIMUM_RULE_EVALUATIONS = 4000000;
+// hundred transitions from some ten thousand rule evaluations).
+constexpr std::size_t MAXIMUM_TRANSITIONS = 20000;
+constexpr std::size_t MAXIMUM_RULE_EVALUATIONS = 500000;
 
 // What to subtract from a time in `clock` to give UTC.
 double universalShift(DateType::type clock, double rawOffset, double saving) {
@@ -37,6 +37,11 @@ double universalShift(DateType::type clock, double rawOffset, double saving) {
 
 double dayStart(int year) {
     return TimeUtilities::mdy(1, 1, year) * TimeUtilities::SECONDS_PER_DAY;
+}
+
+// The zone's identifier for messages.
+std::string zoneName(const std::vector<std::shared_ptr<const ZoneOffsetRule>>& periods) {
+    return periods.empty() || periods.front()->getID() == nullptr ? std::string() : *periods.front()->getID();
 }
 
 // The year of a date-time; the calendar's last year for one beyond it.
@@ -81,6 +86,8 @@ private:
                         std::array<std::vector<Candidate>, DateType::NUMBER_OF_VALUES>& candidates);
     std::uint32_t typeOf(double rawOffset, double saving, bool inDaylightTime, const std::string& name);
     std::uint32_t typeOf(const ZoneOffsetRule& period, const Event& event);
+    static std::string abbreviationOf(const ZoneOffsetRule& period, const Event& event);
+    static std::string abbreviationOf(const ZoneOffsetRule& period, std::string_view letter, double saving);
     void addTransition(double time, std::uint32_t type);
     bool isOverLimit();
     void finish();
@@ -114,7 +121,7 @@ std::shared_ptr<const TimeZoneTransitions> TimeZoneTransitions::Builder::build()
     for (std::size_t index = periods_.size(); index-- > 0;) {
         if (index > 0 && std::isnan(periods_[index]->getUntilRule().getTime())) {
             Logger::logLazily(LogLevel::WARNING, [&] {
-                return "Time zone " + *periods_[index]->getID() +
+                return "Time zone " + zoneName(periods_) +
                        ": a period ends on a day that does not exist; "
                        "the period is left out";
             });
@@ -169,9 +176,8 @@ int TimeZoneTransitions::Builder::findLastTableYear(const std::vector<std::size_
 void TimeZoneTransitions::Builder::buildFixedPeriod(const ZoneOffsetRule& period, bool isFirst, double saving) {
     saving_ = saving;
     const bool inDaylightTime = saving != 0.0;
-    const std::uint32_t type = typeOf(
-        period.getRawOffset(), saving, inDaylightTime,
-        TimeZoneUtilities::formatAbbreviation(*period.getFormat(), "", inDaylightTime, period.getRawOffset() + saving));
+    const std::uint32_t type =
+        typeOf(period.getRawOffset(), saving, inDaylightTime, abbreviationOf(period, "", saving));
     if (isFirst) {
         defaultType_ = type;
     } else {
@@ -257,8 +263,7 @@ void TimeZoneTransitions::Builder::buildRulePeriod(const ZoneOffsetRule& period,
             ++next[event.clock];
             if (hasEnd && earliestTime >= untilLocalTime - universalShift(period.getUntilType(), rawOffset, saving_)) {
                 if (!startName && rawOffset + event.saving == startOffset) {
-                    startName = TimeZoneUtilities::formatAbbreviation(*period.getFormat(), event.letter,
-                                                                      event.saving != 0.0, startOffset);
+                    startName = abbreviationOf(period, event);
                 }
                 break;
             }
@@ -270,13 +275,11 @@ void TimeZoneTransitions::Builder::buildRulePeriod(const ZoneOffsetRule& period,
             if (beforeStart) {
                 if (earliestTime < startTime_) {
                     startOffset = rawOffset + saving_;
-                    startName = TimeZoneUtilities::formatAbbreviation(*period.getFormat(), event.letter,
-                                                                      event.saving != 0.0, startOffset);
+                    startName = abbreviationOf(period, event);
                     continue;
                 }
                 if (!startName && startOffset == rawOffset + saving_) {
-                    startName = TimeZoneUtilities::formatAbbreviation(*period.getFormat(), event.letter,
-                                                                      event.saving != 0.0, startOffset);
+                    startName = abbreviationOf(period, event);
                 }
             }
             const std::uint32_t type = typeOf(period, event);
@@ -295,7 +298,7 @@ void TimeZoneTransitions::Builder::buildRulePeriod(const ZoneOffsetRule& period,
         // earlier rule left, named after it or after the first later rule to the same offset.
         const bool inDaylightTime = startOffset != rawOffset;
         if (!startName) {
-            startName = TimeZoneUtilities::formatAbbreviation(*period.getFormat(), "", inDaylightTime, startOffset);
+            startName = abbreviationOf(period, "", startOffset - rawOffset);
         }
         const std::uint32_t type = typeOf(rawOffset, startOffset - rawOffset, inDaylightTime, *startName);
         if (!defaultType_ && !inDaylightTime) {
@@ -337,10 +340,18 @@ std::uint32_t TimeZoneTransitions::Builder::typeOf(double rawOffset, double savi
 }
 
 std::uint32_t TimeZoneTransitions::Builder::typeOf(const ZoneOffsetRule& period, const Event& event) {
-    const bool inDaylightTime = event.saving != 0.0;
-    const double offset = period.getRawOffset() + event.saving;
-    return typeOf(period.getRawOffset(), event.saving, inDaylightTime,
-                  TimeZoneUtilities::formatAbbreviation(*period.getFormat(), event.letter, inDaylightTime, offset));
+    return typeOf(period.getRawOffset(), event.saving, event.saving != 0.0, abbreviationOf(period, event));
+}
+
+std::string TimeZoneTransitions::Builder::abbreviationOf(const ZoneOffsetRule& period, const Event& event) {
+    return abbreviationOf(period, event.letter, event.saving);
+}
+
+// Daylight time is in force whenever the saving is not zero, also when it is negative.
+std::string TimeZoneTransitions::Builder::abbreviationOf(const ZoneOffsetRule& period, std::string_view letter,
+                                                         double saving) {
+    const std::string_view format = period.getFormat() == nullptr ? std::string_view() : *period.getFormat();
+    return TimeZoneUtilities::formatAbbreviation(format, letter, saving != 0.0, period.getRawOffset() + saving);
 }
 
 void TimeZoneTransitions::Builder::addTransition(double time, std::uint32_t type) {
@@ -353,7 +364,7 @@ bool TimeZoneTransitions::Builder::isOverLimit() {
     if (!overLimit_ && (transitions_.size() >= MAXIMUM_TRANSITIONS || ruleEvaluations_ >= MAXIMUM_RULE_EVALUATIONS)) {
         overLimit_ = true;
         Logger::logLazily(LogLevel::WARNING, [&] {
-            return "Time zone " + *periods_.front()->getID() +
+            return "Time zone " + zoneName(periods_) +
                    ": the rules give more transitions than a zone can have; the later ones are left out";
         });
     }
@@ -441,10 +452,13 @@ void TimeZoneTransitions::Boundaries::buildIndex() {
     inverseWidth_ = std::ldexp(1.0, -exponent);
     const auto bucketCount = static_cast<std::size_t>(span * inverseWidth_) + 1;
     firstOfBucket_.resize(bucketCount + 1);
+    std::size_t first = 0;
     for (std::size_t bucket = 0; bucket <= bucketCount; ++bucket) {
         const double bucketStart = base_ + static_cast<double>(bucket) * width;
-        firstOfBucket_[bucket] =
-            static_cast<std::uint32_t>(std::lower_bound(values_.begin(), values_.end(), bucketStart) - values_.begin());
+        while (first < values_.size() && values_[first] < bucketStart) {
+            ++first;
+        }
+        firstOfBucket_[bucket] = static_cast<std::uint32_t>(first);
     }
 }
 
