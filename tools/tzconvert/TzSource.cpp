@@ -5,7 +5,6 @@
 #include <cctype>
 #include <charconv>
 #include <fstream>
-#include <regex>
 #include <span>
 #include <sstream>
 #include <stdexcept>
@@ -60,6 +59,17 @@ constexpr std::array<std::string_view, 7> weekdayNames = {"Sunday",   "Monday", 
                                                           "Thursday", "Friday", "Saturday"};
 constexpr std::array<int, 12> longestMonthLengths = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 
+// Takes the decimal digits at the start of `text` off it.
+std::string_view takeDigits(std::string_view& text) {
+    std::size_t count = 0;
+    while (count < text.size() && std::isdigit(static_cast<unsigned char>(text[count]))) {
+        ++count;
+    }
+    const std::string_view digits = text.substr(0, count);
+    text.remove_prefix(count);
+    return digits;
+}
+
 int parseInteger(std::string_view text, const char* what) {
     int value = 0;
     const char* begin = text.data();
@@ -111,30 +121,43 @@ int parseYear(std::string_view text, bool isLastYear, int firstYear) {
 // [-]hh[:mm[:ss[.fraction]]] in seconds. A fraction rounds to the nearest second, an exact half to
 // the even second, as zic does.
 int parseDuration(std::string_view text, const char* what) {
-    const std::string original(text);
+    const ParseError invalid(std::string("invalid ") + what + " \"" + std::string(text) + "\"");
     const bool negative = !text.empty() && text.front() == '-';
     if (negative) {
         text.remove_prefix(1);
     }
-    static const std::regex pattern(R"((\d+)(?::(\d+)(?::(\d+)(?:\.(\d*))?)?)?)");
-    std::match_results<std::string_view::const_iterator> match;
-    if (!std::regex_match(text.begin(), text.end(), match, pattern)) {
-        throw ParseError(std::string("invalid ") + what + " \"" + original + "\"");
+    // Hours, minutes and seconds, separated by ":"; the seconds may have a fraction.
+    std::array<int, 3> fields = {0, 0, 0};
+    std::string_view fraction;
+    for (std::size_t index = 0; index < fields.size(); ++index) {
+        const std::string_view digits = takeDigits(text);
+        if (digits.empty() || digits.size() > 6) {
+            throw invalid;
+        }
+        fields[index] = parseInteger(digits, what);
+        if (text.empty()) {
+            break;
+        }
+        if (index == 2 && text.front() == '.') {
+            fraction = text.substr(1);
+            text.remove_prefix(1);
+            if (takeDigits(text).size() != fraction.size()) {
+                throw invalid;
+            }
+            break;
+        }
+        if (text.front() != ':' || index == 2) {
+            throw invalid;
+        }
+        text.remove_prefix(1);
     }
-    const auto number = [&](std::size_t group) {
-        return match[group].matched ? parseInteger(std::string_view(&*match[group].first, match[group].length()), what)
-                                    : 0;
-    };
-    const int hours = number(1);
-    const int minutes = number(2);
-    int seconds = number(3);
+    auto [hours, minutes, seconds] = fields;
     if (hours > 167 || minutes >= 60 || seconds > 60) {
-        throw ParseError(std::string("invalid ") + what + " \"" + original + "\"");
+        throw invalid;
     }
-    if (match[4].matched && match[4].length() > 0) {
-        const std::string fraction = match[4].str();
+    if (!fraction.empty()) {
         const int tenths = fraction[0] - '0';
-        const bool beyondHalf = fraction.find_first_not_of('0', 1) != std::string::npos;
+        const bool beyondHalf = fraction.find_first_not_of('0', 1) != std::string_view::npos;
         if (tenths > 5 || (tenths == 5 && (beyondHalf || seconds % 2 == 1))) {
             ++seconds;
         }
@@ -264,10 +287,26 @@ std::string releaseOfFolder(const std::filesystem::path& folder) {
     if (versionFile && std::getline(versionFile, release) && !release.empty()) {
         return release;
     }
-    static const std::regex releaseName(R"(tz(?:data)?-?(\d{4}[a-z]+))");
-    std::smatch match;
+    // Folders are often named after the release: "tzdata2018g", "tz-2025b".
     const std::string name = folder.filename().string();
-    return std::regex_search(name, match, releaseName) ? match[1].str() : std::string();
+    for (std::size_t start = name.find("tz"); start != std::string::npos; start = name.find("tz", start + 1)) {
+        std::string_view rest = std::string_view(name).substr(start + 2);
+        if (rest.starts_with("data")) {
+            rest.remove_prefix(4);
+        }
+        if (rest.starts_with("-")) {
+            rest.remove_prefix(1);
+        }
+        const std::string_view year = takeDigits(rest);
+        std::size_t letters = 0;
+        while (letters < rest.size() && std::islower(static_cast<unsigned char>(rest[letters]))) {
+            ++letters;
+        }
+        if (year.size() == 4 && letters > 0) {
+            return std::string(year) + std::string(rest.substr(0, letters));
+        }
+    }
+    return {};
 }
 
 }  // namespace
@@ -311,10 +350,11 @@ bool TzSourceParser::readFile(const std::filesystem::path& path) {
 }
 
 void TzSourceParser::readText(std::string_view text, const std::string& fileName) {
-    static const std::regex versionComment(R"(^# version (\S+))");
-    std::match_results<std::string_view::const_iterator> version;
-    if (source_.release.empty() && std::regex_search(text.begin(), text.end(), version, versionComment)) {
-        source_.release = version[1].str();
+    // A tzdata.zi starts with "# version 2025b".
+    constexpr std::string_view VERSION_COMMENT = "# version ";
+    if (source_.release.empty() && text.starts_with(VERSION_COMMENT)) {
+        const std::string_view version = text.substr(VERSION_COMMENT.size());
+        source_.release = std::string(version.substr(0, version.find_first_of(" \t\r\n")));
     }
     Origin origin{fileName, 0};
     std::size_t position = 0;
