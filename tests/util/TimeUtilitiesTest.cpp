@@ -231,17 +231,5 @@ TEST(TimeUtilities, UnixTimesAndTheClock) {
     EXPECT_LT(now, before + 60.0);
 }
 
-TEST(TimeUtilities, MonthLengths) {
-    EXPECT_EQ(TimeUtilities::getDaysInMonth(2, 2024), 29);
-    EXPECT_EQ(TimeUtilities::getDaysInMonth(2, 2100), 28);
-    EXPECT_EQ(TimeUtilities::getDaysInMonth(2, 12000), 28);
-    EXPECT_EQ(TimeUtilities::getDaysInMonth(2, 12400), 29);
-    EXPECT_EQ(TimeUtilities::getDaysInMonth(12, 2023), 31);
-    EXPECT_EQ(TimeUtilities::getDaysInMonth(0, 2023), 0);
-    EXPECT_EQ(TimeUtilities::getDaysInMonth(13, 2023), 0);
-    EXPECT_EQ(TimeUtilities::getDaysInYear(4000), 365);
-    EXPECT_EQ(TimeUtilities::getDaysInYear(2000), 366);
-}
-
 }  // namespace
 }  // namespace pellium

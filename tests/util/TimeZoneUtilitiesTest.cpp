@@ -162,21 +162,6 @@ TEST(TimeZoneUtilities, AbbreviationFormats) {
     }
 }
 
-TEST(TimeZoneUtilities, ClockAndModeNames) {
-    for (const DateType::type type : DateType::allValues()) {
-        EXPECT_EQ(DateType::getValueFromString(DateType::getStringFromValue(type)), type);
-    }
-    for (const DateMode::type mode : DateMode::allValues()) {
-        EXPECT_EQ(DateMode::getValueFromString(DateMode::getStringFromValue(mode)), mode);
-    }
-    EXPECT_EQ(DateType::getValueFromString("universal"), DateType::Universal);
-    EXPECT_EQ(DateMode::getValueFromString("LASTWEEKDAY"), DateMode::LastWeekday);
-    EXPECT_FALSE(DateType::getValueFromString("Local").has_value());
-    EXPECT_FALSE(DateMode::getValueFromString("").has_value());
-    EXPECT_TRUE(DateType::getStringFromValue(static_cast<DateType::type>(3)).empty());
-    EXPECT_TRUE(DateMode::getStringFromValue(static_cast<DateMode::type>(-1)).empty());
-}
-
 TEST(TimeZoneUtilities, TimeRulesEvaluateWithTheirOwnOrReplacedFields) {
     const TimeRule rule(DateMode::LastWeekday, 2021, 3, -1, 1, 3600);
     const double lastSundayOfMarch2021 = TimeUtilities::mdy(3, 28, 2021) * DAY;

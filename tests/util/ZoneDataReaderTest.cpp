@@ -294,20 +294,5 @@ TEST(SavingRule, NumericNamesAreFixedSavings) {
     EXPECT_EQ(empty, SavingRule::getEmptyRule());
 }
 
-TEST(ZoneOffsetRule, ValidityAndSavingRows) {
-    const auto rule = ZoneOffsetRule::create(StringUtilities::internString("A/B"), StringUtilities::internString("X"),
-                                             0.0, TimeRule(), DateType::Wall);
-    EXPECT_TRUE(rule->isValid());
-    EXPECT_FALSE(ZoneOffsetRule::create(nullptr, nullptr, 0.0, TimeRule(), DateType::Wall)->isValid());
-    EXPECT_FALSE(
-        ZoneOffsetRule::create(StringUtilities::internString(""), nullptr, 0.0, TimeRule(), DateType::Wall)->isValid());
-    rule->addSavingRule(nullptr);
-    EXPECT_FALSE(rule->hasSavingRules());
-    rule->addSavingRule(SavingRule::createFixed(StringUtilities::internString("3600"), 3600));
-    EXPECT_TRUE(rule->hasSavingRules());
-    rule->setSavingRules({nullptr});
-    EXPECT_FALSE(rule->hasSavingRules());
-}
-
 }  // namespace
 }  // namespace pellium
