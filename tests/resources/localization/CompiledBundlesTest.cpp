@@ -1,0 +1,440 @@
+// Checks the bundles compiled into the library: the en_US texts other parts of the library rely
+// on, the completeness of the expression words and currency tables, and the translations.
+
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "pellium/resources/files/CompiledAssets.h"
+#include "pellium/resources/localization/PropertiesReader.h"
+#include "pellium/resources/localization/ResourceBundle.h"
+#include "pellium/resources/localization/ResourceManager.h"
+#include "pellium/util/StringUtilities.h"
+
+namespace pellium {
+namespace {
+
+std::shared_ptr<const ResourceBundle> compiled(const char* bundleName, const char* locale) {
+    return ResourceBundle::createFromCompiledAssets(bundleName, locale);
+}
+
+struct QuotedText {
+    const char* bundle;
+    const char* key;
+    const char* text;
+};
+
+// Every en_US text that callers elsewhere in the library quote by key, exactly.
+const QuotedText QUOTED_EN_US_TEXTS[] = {
+    {"vek_pellium", "ALL_OTHER.txt", "All Other"},
+    {"vek_pellium", "suppressed.txt", "(suppressed)"},
+    {"vek_pellium", "missingValue.txt", "(missing)"},
+    {"vek_pellium", "DATASET_NO_NAME.txt", "Null or 0-length dataset name"},
+    {"vek_pellium", "DATASET_ZERO_COLUMNS.txt", "Null or 0-length column list"},
+    {"vek_pellium", "DATASET_INVALID_EXPSILON.txt", "Invalid epsilon value: {0}"},
+    {"vek_pellium", "DATASET_EXTREME_EPSILON.txt", "Extreme epsilon value: {0}, typically in range [0,0.1]"},
+    {"vek_pellium", "DATASET_NULL_COLUMN.txt", "Null column at position {0}"},
+    {"vek_pellium", "DATASET_NONRECTANGULAR.txt", "DataSet has {0} rows but column at position {1} has {2} values"},
+    {"vek_pellium", "COLUMN_NO_NAME.txt", "No name for column at position {0}"},
+    {"vek_pellium", "COLUMN_DUPLICATE_NAME.txt", "Duplicate column with name: '{0}'"},
+    {"vek_pellium", "COLUMN_NO_LABEL.txt", "No label for column at position: {0}"},
+    {"vek_pellium", "COLUMN_DUPLICATE_LABEL.txt", "Duplicate column labels: '{0}'"},
+    {"vek_pellium", "COLUMN_NO_FORMAT.txt", "Missing format for column at position: {0}"},
+    {"vek_pellium", "COLUMN_INVALID_FORMAT.txt", "Invalid format ({0}) for column at position: {1}"},
+    {"vek_pellium", "COLUMN_INVALID_USAGE.txt", "String dataType with quantitative usage at position: {0}"},
+    {"vek_pellium", "COLUMN_UNDEFINED_DATA_TYPE.txt", "No DataType for column at position: {0}"},
+    {"vek_pellium", "DATASET_FILE_OPEN_FAILED.txt", " Failed to open file at path: {0}because : {1}"},
+    {"vek_pellium", "HIERARCHY_LEVEL_COLUMN_MISSING.txt", "DataSet {0} is missing a column for hierarchy level {1}."},
+    {"vek_pellium", "FATAL_FREQUENCY_COLUMN_NAN.txt",
+     "FATAL DATA ERROR: partially aggregated frequency columns can never contain NaN."},
+    {"vek_pellium", "DEPRECATED_SHARED_INSTANCE.txt", "Deprecated.  Please use instance() method instead"},
+    {"vek_portable_formatters", "date.0", "ddMMM"},
+    {"vek_portable_formatters", "date.1", "ddMMMyy"},
+    {"vek_portable_formatters", "date.2", "ddMMMyyyy"},
+    {"vek_portable_formatters", "date.3", "MMM/dd/yyyy"},
+    {"vek_portable_formatters", "datetime.0", "MM/dd/yy hh:mm a"},
+    {"vek_portable_formatters", "datetime.1", "MMM d, yyyy hh:mm a"},
+    {"vek_portable_formatters", "datetime.2", "MMMM d, yyyy hh:mm:ss a"},
+    {"vek_portable_formatters", "datetime.3", "EEEE, MMMM d, yyyy hh:mm:ss a"},
+    {"vek_portable_formatters", "weekdate.0", "ccc"},
+    {"vek_portable_formatters", "weekdate.1", "cccc"},
+    {"vek_portable_formatters", "weekdate.2", "EEE, MMM d, yy"},
+    {"vek_portable_formatters", "weekdate.3", "EEEE, MMMM d, yyyy"},
+    {"vek_portable_formatters", "time.0", "HH"},
+    {"vek_portable_formatters", "time.1", "hh:mm a"},
+    {"vek_portable_formatters", "time.2", "hh:mm:ss a"},
+    {"vek_portable_formatters", "time.3", "hh:mm:ss a zzz"},
+    {"vek_portable_formatters", "worddate.0", "LLL"},
+    {"vek_portable_formatters", "worddate.1", "LLLL"},
+    {"vek_portable_formatters", "worddate.2", "MMM d, yyyy"},
+    {"vek_portable_formatters", "worddate.3", "MMMM d, yyyy"},
+    {"vek_portable_formatters", "monyy.0", "MMMyy"},
+    {"vek_portable_formatters", "monyy.1", "MMMyyyy"},
+    {"vek_portable_formatters", "monyy.2", "MMMM yyyy"},
+    {"vek_portable_formatters", "quarteryear.0", "QQQ yy"},
+    {"vek_portable_formatters", "quarteryear.1", "QQQQ yyyy"},
+    {"vek_portable_formatters", "mmddyy.0", "MM/dd/yy"},
+    {"vek_portable_formatters", "mmddyy.1", "MM/dd/yyyy"},
+    {"vek_portable_formatters", "year.0", "yy"},
+    {"vek_portable_formatters", "year.1", "yyyy"},
+    {"vek_portable_formatters", "downame.0", "ccc"},
+    {"vek_portable_formatters", "downame.1", "cccc"},
+    {"vek_portable_formatters", "day.0", "d"},
+    {"vek_portable_formatters", "monname.0", "M"},
+    {"vek_portable_formatters", "monname.1", "LLL"},
+    {"vek_portable_formatters", "monname.2", "LLLL"},
+    {"vek_portable_formatters", "am", "AM"},
+    {"vek_portable_formatters", "pm", "PM"},
+    {"vek_portable_formatters", "firstDayOfWeek", "0"},
+    {"vek_portable_formatters", "negativeSign", "-"},
+    {"vek_expression_tokens", "expression.token.between", "BetweenInclusive"},
+    {"vek_expression_tokens", "expression.token.betweenExcludingBounds", "BetweenExclusive"},
+    {"vek_expression_tokens", "expression.token.outsideIncludingBounds", "NotBetweenInclusive"},
+    {"vek_expression_tokens", "expression.token.outsideExcludingBounds", "NotBetweenExclusive"},
+    {"vek_expression_tokens", "expression.token.int", "Trunc"},
+    {"vek_expression_tokens", "expression.token.upper", "UpCase"},
+    {"vek_expression_tokens", "expression.token.applyVekFormat", "Format"},
+    {"vek_expression_tokens", "expression.token.applyVekInformat", "Parse"},
+    {"vek_expression_tokens", "expression.token.kw.double", "NUMBER"},
+    {"vek_expression_tokens", "expression.token.kw.countDistinct", "Distinct"},
+    {"vek_expression_tokens", "expression.token.kw.countMissing", "NumMiss"},
+    {"AllCurrencySymbols", "currencyCode.en_US", "USD"},
+    {"AllCurrencySymbols", "currencyCode.de_DE", "EUR"},
+};
+
+TEST(CompiledBundles, EveryQuotedEnUsTextIsThereExactly) {
+    for (const auto& quoted : QUOTED_EN_US_TEXTS) {
+        const auto bundle = compiled(quoted.bundle, "en_US");
+        ASSERT_NE(bundle, nullptr) << quoted.bundle;
+        const auto text = bundle->getString(quoted.key);
+        ASSERT_NE(text, nullptr) << quoted.bundle << " " << quoted.key;
+        EXPECT_EQ(*text, quoted.text) << quoted.bundle << " " << quoted.key;
+    }
+}
+
+// The function names (values 1 to 119) and keyword names (values 0 to 59) of expressions.
+const char* const FUNCTION_NAMES[] = {"eq",
+                                      "ne",
+                                      "gt",
+                                      "ge",
+                                      "lt",
+                                      "le",
+                                      "isMissing",
+                                      "in",
+                                      "beginswith",
+                                      "endswith",
+                                      "contains",
+                                      "pathBeginsWith",
+                                      "pathEndsWith",
+                                      "pathContains",
+                                      "pathContainsNode",
+                                      "pathContainsSubPath",
+                                      "pathEquals",
+                                      "inShortestPath",
+                                      "inLongestPath",
+                                      "between",
+                                      "and",
+                                      "or",
+                                      "not",
+                                      "trim",
+                                      "upper",
+                                      "lower",
+                                      "aggregate",
+                                      "drill",
+                                      "expand",
+                                      "expandAll",
+                                      "collapse",
+                                      "sortItem",
+                                      "sortLevel",
+                                      "sortMember",
+                                      "measureSortItem",
+                                      "notMissing",
+                                      "notIn",
+                                      "notContains",
+                                      "betweenExcludingBounds",
+                                      "outsideIncludingBounds",
+                                      "outsideExcludingBounds",
+                                      "plus",
+                                      "minus",
+                                      "times",
+                                      "div",
+                                      "neg",
+                                      "pow",
+                                      "root",
+                                      "abs",
+                                      "int",
+                                      "mod",
+                                      "floor",
+                                      "ceil",
+                                      "round",
+                                      "exp",
+                                      "ln",
+                                      "log",
+                                      "now",
+                                      "timepart",
+                                      "datepart",
+                                      "dhms",
+                                      "tmdy",
+                                      "mdy",
+                                      "yyq",
+                                      "hms",
+                                      "dom",
+                                      "dow",
+                                      "doy",
+                                      "month",
+                                      "year",
+                                      "qtr",
+                                      "week",
+                                      "hour",
+                                      "minute",
+                                      "second",
+                                      "cond",
+                                      "condstr",
+                                      "period",
+                                      "periodIncludingDate",
+                                      "relativePeriod",
+                                      "parallelPeriod",
+                                      "cumulativePeriod",
+                                      "cumulativePeriodWithStartPoint",
+                                      "typecast",
+                                      "firstValue",
+                                      "lastValue",
+                                      "percentile",
+                                      "percentageGreaterThan",
+                                      "percentageLessThan",
+                                      "percentageInRange",
+                                      "applyVekFormat",
+                                      "applyVekInformat",
+                                      "urlEncode",
+                                      "urlDecode",
+                                      "concatenate",
+                                      "find",
+                                      "findAndReplaceString",
+                                      "findCharacter",
+                                      "getWordAtTokenIndex",
+                                      "length",
+                                      "removeCharacters",
+                                      "removeWhitespace",
+                                      "removeWordAtTokenIndex",
+                                      "replaceSubstringAtIndex",
+                                      "replaceWordAtTokenIndex",
+                                      "reverse",
+                                      "substring",
+                                      "suppress",
+                                      "cellIndex",
+                                      "aggregateCells",
+                                      "addGroups",
+                                      "removeGroups",
+                                      "groupBy",
+                                      "nestedAggregate",
+                                      "table",
+                                      "aggregateInnerTable",
+                                      "select",
+                                      "when",
+                                      "otherwise"};
+const char* const KEYWORD_NAMES[] = {"unknown",
+                                     "false",
+                                     "true",
+                                     "NONE",
+                                     "ALL",
+                                     "ascending",
+                                     "descending",
+                                     "date",
+                                     "time",
+                                     "datetime",
+                                     "double",
+                                     "average",
+                                     "coefficientOfVariation",
+                                     "correctedSumOfSquares",
+                                     "count",
+                                     "countMissing",
+                                     "countDistinct",
+                                     "firstQuartile",
+                                     "kurtosis",
+                                     "max",
+                                     "median",
+                                     "min",
+                                     "mode",
+                                     "pvalue",
+                                     "skew",
+                                     "standardDeviation",
+                                     "standardErrorStatistic",
+                                     "sum",
+                                     "thirdQuartile",
+                                     "tStatistic",
+                                     "uncorrectedSumOfSquares",
+                                     "variance",
+                                     "default",
+                                     "group",
+                                     "allFiltersApply",
+                                     "timeframeFiltersIgnored",
+                                     "timeframeInteractiveFiltersIgnored",
+                                     "inferred",
+                                     "year",
+                                     "quarter",
+                                     "month",
+                                     "weekv",
+                                     "day",
+                                     "full",
+                                     "partialToToday",
+                                     "partialToDate",
+                                     "includeMissing",
+                                     "ignoreMissing",
+                                     "first",
+                                     "last",
+                                     "leading",
+                                     "trailing",
+                                     "leading_and_trailing",
+                                     "withComplement",
+                                     "withoutComplement",
+                                     "row",
+                                     "column",
+                                     "start",
+                                     "end",
+                                     "current"};
+
+TEST(CompiledBundles, EveryFunctionAndKeywordHasOneWordNoOtherWordEqualsIgnoringCase) {
+    static_assert(std::size(FUNCTION_NAMES) == 119);
+    static_assert(std::size(KEYWORD_NAMES) == 60);
+    const auto tokens = compiled("vek_expression_tokens", "en_US");
+    ASSERT_NE(tokens, nullptr);
+    std::vector<std::string> keys;
+    for (const char* name : FUNCTION_NAMES) {
+        keys.push_back(std::string("expression.token.") + name);
+    }
+    for (const char* name : KEYWORD_NAMES) {
+        keys.push_back(std::string("expression.token.kw.") + name);
+    }
+    EXPECT_EQ(tokens->size(), keys.size()) << "the bundle holds words for nothing else";
+
+    std::map<std::string, std::string> keyOfFoldedWord;
+    for (const auto& key : keys) {
+        const auto word = tokens->getString(key);
+        ASSERT_NE(word, nullptr) << key;
+        EXPECT_FALSE(word->empty()) << key;
+        for (const char character : *word) {
+            EXPECT_TRUE((character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z') ||
+                        (character >= '0' && character <= '9'))
+                << key << " = " << *word << " is not one word";
+        }
+        const auto [existing, inserted] = keyOfFoldedWord.emplace(StringUtilities::toLowerAscii(*word), key);
+        EXPECT_TRUE(inserted) << key << " and " << existing->second << " share the word " << *word;
+    }
+}
+
+TEST(CompiledBundles, CurrencyTablesCoverEveryCurrencyFormatAndLocale) {
+    const char* const CURRENCY_FORMAT_CODES[] = {
+        "AED", "ALL", "ARS", "AUD", "BAM", "BGN", "BHD", "BOB", "BRL", "BWP", "BYN", "BYR", "CAD", "CHF",
+        "CLP", "CNY", "COP", "CRC", "CZK", "DKK", "DOP", "DZD", "EEK", "EGP", "EUR", "GBP", "GTQ", "HKD",
+        "HNL", "HRK", "HUF", "IDR", "ILS", "INR", "IQD", "IRR", "ISK", "JMD", "JOD", "JPY", "KRW", "KWD",
+        "KZT", "LBP", "LTL", "LVL", "LYD", "MAD", "MKD", "MOP", "MXN", "MYR", "NIO", "NOK", "NZD", "OMR",
+        "PAB", "PEN", "PHP", "PLN", "PYG", "QAR", "RON", "RSD", "RUB", "SAR", "SDG", "SEK", "SGD", "SYP",
+        "THB", "TND", "TRY", "TWD", "UAH", "USD", "UYU", "VEF", "VES", "VND", "YER", "ZAR"};
+    const auto currencies = compiled("AllCurrencySymbols", "en_US");
+    ASSERT_NE(currencies, nullptr);
+    std::set<std::string> formatCodes;
+    for (const char* code : CURRENCY_FORMAT_CODES) {
+        formatCodes.insert(code);
+        const auto symbol = currencies->getString(std::string("currencySymbol.") + code);
+        const auto digits = currencies->getString(std::string("currencyDigits.") + code);
+        ASSERT_NE(symbol, nullptr) << code;
+        ASSERT_NE(digits, nullptr) << code;
+        EXPECT_FALSE(symbol->empty()) << code;
+        EXPECT_TRUE(*digits == "0" || *digits == "2" || *digits == "3") << code;
+    }
+    EXPECT_EQ(*currencies->getString("currencySymbol.USD"), "$");
+    EXPECT_EQ(*currencies->getString("currencySymbol.EUR"), "\xE2\x82\xAC");
+    EXPECT_EQ(*currencies->getString("currencyDigits.JPY"), "0");
+    EXPECT_EQ(*currencies->getString("currencyDigits.KWD"), "3");
+
+    // Every locale names a currency the formats know, and every shipped country locale has one.
+    int locales = 0;
+    for (const auto key : currencies->getKeys()) {
+        if (key.starts_with("currencyCode.")) {
+            ++locales;
+            EXPECT_EQ(formatCodes.count(*currencies->getString(key)), 1U) << key;
+        }
+    }
+    EXPECT_GT(locales, 100);
+    EXPECT_EQ(*currencies->getString("currencyCode.ar_SA"), "SAR");
+}
+
+// Keys whose text every locale must translate (none may fall back to English).
+std::vector<std::string> namesEveryLocaleTranslates() {
+    std::vector<std::string> keys = {"am",
+                                     "pm",
+                                     "firstDayOfWeek",
+                                     "era.wide.0",
+                                     "era.wide.1",
+                                     "era.abbreviated.0",
+                                     "era.abbreviated.1",
+                                     "negativeSign",
+                                     "decimalSeparator",
+                                     "groupingSeparator"};
+    for (int month = 1; month <= 12; ++month) {
+        for (const char* width : {"wide", "abbreviated", "narrow"}) {
+            keys.push_back(std::string("month.") + width + "." + std::to_string(month));
+        }
+    }
+    for (int day = 0; day <= 6; ++day) {
+        for (const char* width : {"wide", "abbreviated", "short", "narrow"}) {
+            keys.push_back(std::string("day.") + width + "." + std::to_string(day));
+        }
+    }
+    for (int quarter = 1; quarter <= 4; ++quarter) {
+        keys.push_back("quarter.wide." + std::to_string(quarter));
+        keys.push_back("quarter.abbreviated." + std::to_string(quarter));
+    }
+    return keys;
+}
+
+TEST(CompiledBundles, ArabicTranslatesEveryNameAndSpecialValue) {
+    const auto arabic = compiled("vek_portable_formatters", "ar");
+    ASSERT_NE(arabic, nullptr);
+    for (const auto& key : namesEveryLocaleTranslates()) {
+        EXPECT_TRUE(arabic->containsKey(key)) << key;
+    }
+    EXPECT_EQ(*arabic->getString("month.wide.1"), "\xD9\x8A\xD9\x86\xD8\xA7\xD9\x8A\xD8\xB1");        // يناير
+    EXPECT_EQ(*arabic->getString("day.wide.5"), "\xD8\xA7\xD9\x84\xD8\xAC\xD9\x85\xD8\xB9\xD8\xA9");  // الجمعة
+    EXPECT_EQ(*arabic->getString("negativeSign"), "\xE2\x80\x8E-");                                   // LRM, minus
+
+    const auto messages = compiled("vek_pellium", "ar");
+    ASSERT_NE(messages, nullptr);
+    for (const char* key : {"ALL_OTHER.txt", "suppressed.txt", "missingValue.txt"}) {
+        ASSERT_TRUE(messages->containsKey(key)) << key;
+        EXPECT_NE(*messages->getString(key), *compiled("vek_pellium", "en_US")->getString(key)) << key;
+    }
+}
+
+TEST(CompiledBundles, EveryLocaleUsesOnlyKeysEnUsDefines) {
+    // A key that en_US lacks is a misspelling: nobody asks for it.
+    for (const char* bundleName :
+         {"vek_pellium", "vek_portable_formatters", "vek_expression_tokens", "AllCurrencySymbols"}) {
+        const auto english = compiled(bundleName, "en_US");
+        ASSERT_NE(english, nullptr) << bundleName;
+        for (const auto& locale : ResourceManager::instance().getAvailableLocales(bundleName)) {
+            const auto bundle = compiled(bundleName, locale.c_str());
+            ASSERT_NE(bundle, nullptr) << bundleName << " " << locale;
+            for (const auto key : bundle->getKeys()) {
+                EXPECT_TRUE(english->containsKey(key)) << bundleName << "_" << locale << ": " << key;
+            }
+        }
+    }
+}
+
+TEST(CompiledBundles, EveryAssetIsWellFormedUtf8WithoutDuplicateKeys) {
+    for (const auto path : CompiledAssets::listPaths("localization/")) {
+        const auto text = CompiledAssets::find(path);
+        ASSERT_TRUE(text.has_value());
+        EXPECT_TRUE(StringUtilities::isValidUtf8(*text)) << path;
+        std::set<std::string> keys;
+        for (const auto& entry : PropertiesReader::read(*text)) {
+            EXPECT_TRUE(keys.insert(entry.key).second) << path << ": " << entry.key << " given twice";
+        }
+    }
+}
+
+}  // namespace
+}  // namespace pellium
