@@ -145,8 +145,8 @@ bool TimeZone::inDaylightTime(double time, DateType::type type) const noexcept {
     return isQueryable(time, type) && transitions_->find(time, type).inDaylightTime;
 }
 
-SharedString TimeZone::getName(double time, DateType::type type) const noexcept {
-    return isQueryable(time, type) ? transitions_->find(time, type).name : nullptr;
+const SharedString& TimeZone::getName(double time, DateType::type type) const noexcept {
+    return isQueryable(time, type) ? transitions_->find(time, type).name : StringUtilities::getNullString();
 }
 
 std::shared_ptr<TimeZoneInfo> TimeZone::getInfo(double time, DateType::type type) const {

@@ -76,8 +76,9 @@ public:
     /// The saving in force, 0 outside daylight time.
     double getDaylightSavings(double time, DateType::type type) const noexcept;
     bool inDaylightTime(double time, DateType::type type) const noexcept;
-    /// The abbreviation ("CEST", "-03", "LMT" before standard time).
-    SharedString getName(double time, DateType::type type) const noexcept;
+    /// The abbreviation ("CEST", "-03", "LMT" before standard time), held by the zone: taking a
+    /// reference costs no shared count, so threads that format with one zone do not contend.
+    const SharedString& getName(double time, DateType::type type) const noexcept;
     /// All of the above at once.
     std::shared_ptr<TimeZoneInfo> getInfo(double time, DateType::type type) const;
 
