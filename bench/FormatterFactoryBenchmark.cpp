@@ -1,6 +1,5 @@
 // Cost of resolving an already cached format name, next to one std::map look-up of a similar key.
 #include <benchmark/benchmark.h>
-
 #include <map>
 #include <memory>
 #include <string>

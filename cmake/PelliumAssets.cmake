@@ -1,12 +1,22 @@
 # Compiles the text assets into the library. Each file is pulled in by the assembler's .incbin,
 # so a large asset costs no conversion step; the generated table is sorted by path so that a
 # look-up is a binary search. The library never reads these files at run time.
+#
+# FILES lie under BASE_DIR; GENERATED_FILES, produced during the build, lie under GENERATED_DIR
+# and are embedded under their path relative to it, as if they stood in BASE_DIR.
 function(pellium_embed_assets)
-  cmake_parse_arguments(ARG "" "OUTPUT;BASE_DIR" "FILES" ${ARGN})
+  cmake_parse_arguments(ARG "" "OUTPUT;BASE_DIR;GENERATED_DIR" "FILES;GENERATED_FILES" ${ARGN})
+  # The relative paths, in byte order, each with the file it names.
   set(entries "")
   foreach(file IN LISTS ARG_FILES)
     file(RELATIVE_PATH relative "${ARG_BASE_DIR}" "${file}")
     list(APPEND entries "${relative}")
+    set("file_of_${relative}" "${file}")
+  endforeach()
+  foreach(file IN LISTS ARG_GENERATED_FILES)
+    file(RELATIVE_PATH relative "${ARG_GENERATED_DIR}" "${file}")
+    list(APPEND entries "${relative}")
+    set("file_of_${relative}" "${file}")
   endforeach()
   list(SORT entries)
 
@@ -15,11 +25,12 @@ function(pellium_embed_assets)
   set(table "")
   set(index 0)
   foreach(relative IN LISTS entries)
+    set(absolute "${file_of_${relative}}")
     set(symbol "pellium_asset_${index}")
     string(APPEND assembly
       "    \".balign 16\\n\"\n"
       "    \"${symbol}_begin:\\n\"\n"
-      "    \".incbin \\\"${ARG_BASE_DIR}/${relative}\\\"\\n\"\n"
+      "    \".incbin \\\"${absolute}\\\"\\n\"\n"
       "    \"${symbol}_end:\\n\"\n"
       "    \".byte 0\\n\"\n")
     string(APPEND declarations
@@ -50,5 +61,30 @@ function(pellium_embed_assets)
     "}  // namespace pellium::detail\n"
     "// NOLINTEND\n")
   file(CONFIGURE OUTPUT "${ARG_OUTPUT}" CONTENT "${content}" @ONLY)
-  set_source_files_properties("${ARG_OUTPUT}" PROPERTIES GENERATED TRUE OBJECT_DEPENDS "${ARG_FILES}")
+  set_source_files_properties("${ARG_OUTPUT}" PROPERTIES GENERATED TRUE
+    OBJECT_DEPENDS "${ARG_FILES};${ARG_GENERATED_FILES}")
+endfunction()
+
+# Converts a tz release into the library's two time-zone rule files at build time, with the
+# pellium-tzconvert tool that tools/tzconvert builds first. SOURCE is a tzdata.zi, a tz source
+# file or a folder of tz source files; the files are written to OUTPUT_DIR, and their paths are
+# returned in the variable named by FILES_VARIABLE.
+function(pellium_convert_tzdata)
+  cmake_parse_arguments(ARG "" "SOURCE;OUTPUT_DIR;FILES_VARIABLE" "" ${ARGN})
+  get_filename_component(source "${ARG_SOURCE}" ABSOLUTE)
+  if(NOT EXISTS "${source}")
+    message(FATAL_ERROR "PELLIUM_TZDATA_SOURCE: ${source} does not exist")
+  endif()
+  if(IS_DIRECTORY "${source}")
+    file(GLOB inputs CONFIGURE_DEPENDS "${source}/*")
+  else()
+    set(inputs "${source}")
+  endif()
+  set(outputs "${ARG_OUTPUT_DIR}/vek_historictimezone.txt" "${ARG_OUTPUT_DIR}/vek_saving.txt")
+  add_custom_command(OUTPUT ${outputs}
+    COMMAND pellium-tzconvert --output-dir "${ARG_OUTPUT_DIR}" "${source}"
+    DEPENDS pellium-tzconvert ${inputs}
+    COMMENT "Converting the time-zone data of ${source}"
+    VERBATIM)
+  set(${ARG_FILES_VARIABLE} ${outputs} PARENT_SCOPE)
 endfunction()

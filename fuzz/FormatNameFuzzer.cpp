@@ -11,7 +11,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string name(reinterpret_cast<const char*>(data), size);
     const auto parts = pellium::FormatNameParts::extractFormatParts(name);
-    if (parts.width > 500 || parts.name.size() > name.size()) {
+    // Four width digits are read as they stand; only longer width texts clamp to 500.
+    if (parts.width > 9999 || parts.name.size() > name.size()) {
         __builtin_trap();
     }
     pellium::VekFormat::isValidFormat(name);

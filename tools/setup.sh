@@ -11,7 +11,7 @@ packages=(
   g++ clang cmake ninja-build pkg-config git
   libgtest-dev libgmock-dev libbenchmark-dev
   zlib1g-dev rapidjson-dev librapidxml-dev tao-pegtl-dev
-  libicu-dev libsqlite3-dev
+  libicu-dev libsqlite3-dev tzdata libhowardhinnant-date-dev
 )
 
 install_missing_packages() {

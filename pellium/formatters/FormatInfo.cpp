@@ -18,7 +18,9 @@ FormatInfo::FormatInfo(Token)
     : context_(ResourceManager::instance().getCurrentContext()->getMutableCopy()),
       negativeSign_(StringUtilities::internString("-")) {}
 
-std::shared_ptr<FormatInfo> FormatInfo::create() { return std::make_shared<FormatInfo>(Token{}); }
+std::shared_ptr<FormatInfo> FormatInfo::create() {
+    return std::make_shared<FormatInfo>(Token{});
+}
 
 void FormatInfo::setNegativeSign(const LocalizationContext& context) {
     if (context.isFormatLocaleRTL()) {

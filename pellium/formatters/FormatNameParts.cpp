@@ -10,7 +10,9 @@ constexpr std::size_t longestNumberText = 4;
 constexpr int clampedWidth = 500;
 constexpr int clampedDecimalWidth = 10;
 
-bool isDigit(char character) { return character >= '0' && character <= '9'; }
+bool isDigit(char character) {
+    return character >= '0' && character <= '9';
+}
 
 int readClampedNumber(std::string_view text, int clampedValue) {
     return text.size() > longestNumberText ? clampedValue : StringUtilities::createIntFromString(text);

@@ -418,7 +418,9 @@ constexpr std::array<TypeName, 5> typeNames{{
 
 }  // namespace
 
-std::span<const FormatType::Entry> FormatType::getImplementedFormatTypeInfo() { return implementedFormats; }
+std::span<const FormatType::Entry> FormatType::getImplementedFormatTypeInfo() {
+    return implementedFormats;
+}
 
 FormatType::type FormatType::getFormatTypeForFormatName(std::string_view name) {
     const auto it = std::lower_bound(implementedFormats.begin(), implementedFormats.end(), name,
@@ -427,12 +429,14 @@ FormatType::type FormatType::getFormatTypeForFormatName(std::string_view name) {
 }
 
 std::string_view FormatType::getStringFromValue(type value) {
-    const auto it = std::find_if(typeNames.begin(), typeNames.end(), [value](const auto& row) { return row.value == value; });
+    const auto it =
+        std::find_if(typeNames.begin(), typeNames.end(), [value](const auto& row) { return row.value == value; });
     return it != typeNames.end() ? it->name : std::string_view();
 }
 
 bool FormatType::getValueFromString(std::string_view name, type& value) {
-    const auto it = std::find_if(typeNames.begin(), typeNames.end(), [name](const auto& row) { return row.name == name; });
+    const auto it =
+        std::find_if(typeNames.begin(), typeNames.end(), [name](const auto& row) { return row.name == name; });
     if (it == typeNames.end()) {
         return false;
     }

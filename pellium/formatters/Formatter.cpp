@@ -10,7 +10,7 @@ namespace pellium {
 
 namespace {
 
-constexpr std::string_view rightToLeftEmbedding = "\xE2\x80\xAB";  // U+202B
+constexpr std::string_view rightToLeftEmbedding = "\xE2\x80\xAB";      // U+202B
 constexpr std::string_view popDirectionalFormatting = "\xE2\x80\xAC";  // U+202C
 
 }  // namespace
@@ -30,17 +30,39 @@ std::shared_ptr<Formatter> Formatter::create(const std::shared_ptr<FormatInfo>& 
     return std::shared_ptr<Formatter>(new Formatter(info));
 }
 
-int Formatter::getWrapperTypeId() const { return WrapperTypeIds::FORMATTER; }
-SharedString Formatter::getFormatName() const { return formatName_; }
-int Formatter::getWidth() const { return width_; }
-int Formatter::getDecimalWidth() const { return decimalWidth_; }
-bool Formatter::isDateFormat() const { return false; }
-bool Formatter::isTimeFormat() const { return false; }
-bool Formatter::isDateTimeFormat() const { return false; }
-bool Formatter::isNumericFormat() const { return false; }
-bool Formatter::isCharacterFormat() const { return false; }
-bool Formatter::isUDF() const { return false; }
-bool Formatter::isDecimalWidthSupported() const { return false; }
+int Formatter::getWrapperTypeId() const {
+    return WrapperTypeIds::FORMATTER;
+}
+SharedString Formatter::getFormatName() const {
+    return formatName_;
+}
+int Formatter::getWidth() const {
+    return width_;
+}
+int Formatter::getDecimalWidth() const {
+    return decimalWidth_;
+}
+bool Formatter::isDateFormat() const {
+    return false;
+}
+bool Formatter::isTimeFormat() const {
+    return false;
+}
+bool Formatter::isDateTimeFormat() const {
+    return false;
+}
+bool Formatter::isNumericFormat() const {
+    return false;
+}
+bool Formatter::isCharacterFormat() const {
+    return false;
+}
+bool Formatter::isUDF() const {
+    return false;
+}
+bool Formatter::isDecimalWidthSupported() const {
+    return false;
+}
 
 SharedString Formatter::format(const double& value) const {
     return std::make_shared<const std::string>(StringUtilities::createStringFromDouble(value));
@@ -51,15 +73,21 @@ SharedString Formatter::formatWithoutBidi(const double& value) const {
     return text ? std::make_shared<const std::string>(StringUtilities::removeBidiControls(*text)) : text;
 }
 
-SharedString Formatter::format(const std::string& text) const { return std::make_shared<const std::string>(text); }
+SharedString Formatter::format(const std::string& text) const {
+    return std::make_shared<const std::string>(text);
+}
 
-SharedString Formatter::format(const SharedString& text) const { return text ? format(*text) : text; }
+SharedString Formatter::format(const SharedString& text) const {
+    return text ? format(*text) : text;
+}
 
 double Formatter::parse(const SharedString& text) const {
     return text ? parse(*text) : std::numeric_limits<double>::quiet_NaN();
 }
 
-double Formatter::parse(const std::string& /*text*/) const { return std::numeric_limits<double>::quiet_NaN(); }
+double Formatter::parse(const std::string& /*text*/) const {
+    return std::numeric_limits<double>::quiet_NaN();
+}
 
 Formatter::FormattedVector Formatter::format(const std::shared_ptr<std::vector<double>>& values) const {
     if (!values) {
@@ -73,21 +101,41 @@ Formatter::FormattedVector Formatter::format(const std::shared_ptr<std::vector<d
     return texts;
 }
 
-SharedString Formatter::getFormatPattern() const { return nullptr; }
-int Formatter::getMaxFormattedStringLength() const { return 0; }
-SharedString Formatter::getMaxFormattedString() const { return nullptr; }
-double Formatter::getDateTimeIncrementPeriod() const { return 0; }
-double Formatter::getDateTimeCyclePeriod() const { return 0; }
-SharedString Formatter::getCanonicalName() const { return formatInfo_->getCanonicalName(); }
-void Formatter::setFormatName(SharedString name) { formatName_ = std::move(name); }
-void Formatter::setWidth(int width) { width_ = width; }
-void Formatter::setDecimalWidth(int decimalWidth) { decimalWidth_ = decimalWidth; }
+SharedString Formatter::getFormatPattern() const {
+    return nullptr;
+}
+int Formatter::getMaxFormattedStringLength() const {
+    return 0;
+}
+SharedString Formatter::getMaxFormattedString() const {
+    return nullptr;
+}
+double Formatter::getDateTimeIncrementPeriod() const {
+    return 0;
+}
+double Formatter::getDateTimeCyclePeriod() const {
+    return 0;
+}
+SharedString Formatter::getCanonicalName() const {
+    return formatInfo_->getCanonicalName();
+}
+void Formatter::setFormatName(SharedString name) {
+    formatName_ = std::move(name);
+}
+void Formatter::setWidth(int width) {
+    width_ = width;
+}
+void Formatter::setDecimalWidth(int decimalWidth) {
+    decimalWidth_ = decimalWidth;
+}
 
 const std::shared_ptr<LocalizationContext>& Formatter::getLocalizationContext() const {
     return formatInfo_->getLocalizationContext();
 }
 
-const SharedString& Formatter::getNegativeSign() const { return formatInfo_->getNegativeSign(); }
+const SharedString& Formatter::getNegativeSign() const {
+    return formatInfo_->getNegativeSign();
+}
 
 SharedString Formatter::finalizeFormattedString(const SharedString& text) const {
     return finalizeFormattedString(text, getLocalizationContext());
@@ -108,7 +156,9 @@ SharedString Formatter::finalizeFormattedString(const SharedString& text,
     return std::make_shared<const std::string>(std::move(embedded));
 }
 
-SharedString Formatter::finalizeString(const SharedString& text) { return finalizeFormattedString(text, nullptr); }
+SharedString Formatter::finalizeString(const SharedString& text) {
+    return finalizeFormattedString(text, nullptr);
+}
 
 SharedString Formatter::unfinalizeString(const SharedString& text) {
     return text ? std::make_shared<const std::string>(StringUtilities::removeBidiControlEmbedded(*text)) : text;

@@ -1,9 +1,16 @@
 #include "pellium/formatters/FormatterFactory.h"
 
+#include "pellium/formatters/BaseNumericFormatter.h"
+#include "pellium/formatters/BestNumericFormatter.h"
+#include "pellium/formatters/CompactNumericFormatter.h"
+#include "pellium/formatters/ExponentialNumericFormatter.h"
 #include "pellium/formatters/FormatInfo.h"
 #include "pellium/formatters/FormatType.h"
 #include "pellium/formatters/Formatter.h"
 #include "pellium/formatters/MappedFormats.h"
+#include "pellium/formatters/NLSDTLookupFormat.h"
+#include "pellium/formatters/PvalueNumericFormatter.h"
+#include "pellium/formatters/SizeKMGFormatter.h"
 #include "pellium/formatters/VekFormat.h"
 #include "pellium/resources/localization/LocalizationContext.h"
 #include "pellium/resources/localization/ResourceManager.h"
@@ -40,10 +47,28 @@ std::string_view chooseNumericClass(std::string_view name) {
     return "BaseNumericFormatter";
 }
 
-// Each formatter class is wired in here as it is written; until then a family yields no formatter
-// of its own and the factory serves the base Formatter.
-std::shared_ptr<Formatter> createFormatterOfClass(std::string_view /*className*/,
-                                                  const std::shared_ptr<FormatInfo>& /*info*/) {
+// Each formatter class is wired in here as it is written; a family without a class yields no
+// formatter of its own and the factory serves the base Formatter.
+std::shared_ptr<Formatter> createFormatterOfClass(std::string_view className, const std::shared_ptr<FormatInfo>& info) {
+    using Create = std::shared_ptr<Formatter> (*)(const std::shared_ptr<FormatInfo>&);
+    struct ClassEntry {
+        std::string_view name;
+        Create create;
+    };
+    static constexpr ClassEntry classes[] = {
+        {"BaseNumericFormatter", &BaseNumericFormatter::create},
+        {"BestNumericFormatter", &BestNumericFormatter::create},
+        {"CompactNumericFormatter", &CompactNumericFormatter::create},
+        {"ExponentialNumericFormatter", &ExponentialNumericFormatter::create},
+        {"NLSDTLookupFormat", &NLSDTLookupFormat::create},
+        {"PvalueNumericFormatter", &PvalueNumericFormatter::create},
+        {"SizeKMGFormatter", &SizeKMGFormatter::create},
+    };
+    for (const auto& entry : classes) {
+        if (entry.name == className) {
+            return entry.create(info);
+        }
+    }
     return nullptr;
 }
 

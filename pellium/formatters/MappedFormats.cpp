@@ -254,7 +254,9 @@ static_assert(isSortedByName(mappedFormats), "the mapped table must stay in byte
 
 }  // namespace
 
-std::span<const MappedFormats::Entry> MappedFormats::getFormatMap() { return mappedFormats; }
+std::span<const MappedFormats::Entry> MappedFormats::getFormatMap() {
+    return mappedFormats;
+}
 
 const MappedFormats::Target* MappedFormats::getMappedFormat(std::string_view name) {
     const auto it = std::lower_bound(mappedFormats.begin(), mappedFormats.end(), name,

@@ -53,11 +53,13 @@ std::string_view VekFormat::cleanFormatName(std::string_view name) {
 
 bool VekFormat::isValidFormat(std::string_view name) {
     const auto trimmed = StringUtilities::trim(name);
-    return !trimmed.empty() && FormatType::getFormatTypeForFormatName(FormatNameParts::extractFormatParts(trimmed).name) !=
-                                   FormatType::NotImplemented;
+    return !trimmed.empty() && FormatType::getFormatTypeForFormatName(
+                                   FormatNameParts::extractFormatParts(trimmed).name) != FormatType::NotImplemented;
 }
 
-bool VekFormat::isValidFormat(const SharedString& name) { return name && isValidFormat(std::string_view(*name)); }
+bool VekFormat::isValidFormat(const SharedString& name) {
+    return name && isValidFormat(std::string_view(*name));
+}
 
 SharedString VekFormat::getLocaleCurrencyFormat(std::string_view locale) {
     const auto trimmed = StringUtilities::trim(locale);

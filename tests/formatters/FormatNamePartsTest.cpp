@@ -1,8 +1,7 @@
-#include "pellium/formatters/FormatNameParts.h"
-
 #include <gtest/gtest.h>
-
 #include <string>
+
+#include "pellium/formatters/FormatNameParts.h"
 
 namespace pellium {
 namespace {
@@ -52,8 +51,17 @@ TEST(FormatNameParts, SplitsNamesFromTheRight) {
 
 TEST(FormatNameParts, HostileNamesNeverFail) {
     const std::string hostile[] = {
-        std::string(10000, 'A'), std::string(10000, '9'), std::string(10000, '.'), std::string(10000, '_'),
-        "\xff\xfe\x80", "\xc3\xa9t\xc3\xa9" "12.2", std::string("BE\0ST", 5), "_", "__1.1", "9999999999999.9999999",
+        std::string(10000, 'A'),
+        std::string(10000, '9'),
+        std::string(10000, '.'),
+        std::string(10000, '_'),
+        "\xff\xfe\x80",
+        "\xc3\xa9t\xc3\xa9"
+        "12.2",
+        std::string("BE\0ST", 5),
+        "_",
+        "__1.1",
+        "9999999999999.9999999",
     };
     for (const auto& name : hostile) {
         const auto parts = FormatNameParts::extractFormatParts(name);

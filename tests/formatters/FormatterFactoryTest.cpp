@@ -1,8 +1,5 @@
-#include "pellium/formatters/FormatterFactory.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <map>
 #include <string>
 #include <thread>
@@ -10,6 +7,7 @@
 
 #include "pellium/formatters/FormatInfo.h"
 #include "pellium/formatters/Formatter.h"
+#include "pellium/formatters/FormatterFactory.h"
 #include "pellium/formatters/MappedFormats.h"
 #include "pellium/formatters/VekFormat.h"
 #include "pellium/resources/localization/LocalizationContext.h"
@@ -87,8 +85,15 @@ TEST_F(FormatterFactoryTest, EmptyAndNullNamesGiveNullAndHostileNamesNeverFail) 
     EXPECT_EQ(factory().getFormatter(SharedString(), std::make_shared<const std::string>("BEST12.")), nullptr);
     EXPECT_EQ(factory().getFormatterForFormatName(SharedString()), nullptr);
     EXPECT_EQ(factory().getFormatterForFormatName(std::string_view()), nullptr);
-    const std::string hostile[] = {std::string(10240, 'x'), std::string(10240, '9'), std::string(10240, '.'),
-                                   std::string(10240, '_'), "\xF0\x9F\x98\x80" "12.2", "123456789", "._._.", "\xff"};
+    const std::string hostile[] = {std::string(10240, 'x'),
+                                   std::string(10240, '9'),
+                                   std::string(10240, '.'),
+                                   std::string(10240, '_'),
+                                   "\xF0\x9F\x98\x80"
+                                   "12.2",
+                                   "123456789",
+                                   "._._.",
+                                   "\xff"};
     for (const auto& name : hostile) {
         EXPECT_TRUE(factory().getFormatter(en, name)) << name.substr(0, 20);
         EXPECT_FALSE(VekFormat::isValidFormat(name));
@@ -209,17 +214,28 @@ TEST_F(FormatterFactoryTest, EveryFamilyChoosesItsClass) {
     };
     const auto en = context("en_US");
     for (const auto& [name, className] : {
-             Case{"HEBDATE12.", "HebrewDateFormat"}, Case{"HDATE.", "HebrewDateFormat"},
-             Case{"DATE9.", "VekDateFormat"}, Case{"MMDDYYS10.", "VekDateFormat"},
-             Case{"DATETIME20.", "VekDateTimeFormat"}, Case{"TOD8.", "VekDateTimeFormat"},
-             Case{"TIME8.", "VekTimeFormat"}, Case{"NLTIME.", "VekTimeFormat"},
-             Case{"BEST12.", "BestNumericFormatter"}, Case{"NLNUM12.", "BestNumericFormatter"},
-             Case{"E10.", "ExponentialNumericFormatter"}, Case{"PVALUE6.4", "PvalueNumericFormatter"},
-             Case{"NILPVALUE6.4", "PvalueNumericFormatter"}, Case{"NLPVALUE6.4", "PvalueNumericFormatter"},
-             Case{"CBDOLLAR8.1", "CompactNumericFormatter"}, Case{"CBNLMNLUSD8.", "CompactNumericFormatter"},
-             Case{"NLSTRMON.", "NLSDTLookupFormat"}, Case{"SIZEKMG8.2", "SizeKMGFormatter"},
-             Case{"DOLLAR12.2", "BaseNumericFormatter"}, Case{"NLMNLGBP12.2", "BaseNumericFormatter"},
-             Case{"COMMAX10.", "BaseNumericFormatter"}, Case{"XYZ12.", ""},
+             Case{"HEBDATE12.", "HebrewDateFormat"},
+             Case{"HDATE.", "HebrewDateFormat"},
+             Case{"DATE9.", "VekDateFormat"},
+             Case{"MMDDYYS10.", "VekDateFormat"},
+             Case{"DATETIME20.", "VekDateTimeFormat"},
+             Case{"TOD8.", "VekDateTimeFormat"},
+             Case{"TIME8.", "VekTimeFormat"},
+             Case{"NLTIME.", "VekTimeFormat"},
+             Case{"BEST12.", "BestNumericFormatter"},
+             Case{"NLNUM12.", "BestNumericFormatter"},
+             Case{"E10.", "ExponentialNumericFormatter"},
+             Case{"PVALUE6.4", "PvalueNumericFormatter"},
+             Case{"NILPVALUE6.4", "PvalueNumericFormatter"},
+             Case{"NLPVALUE6.4", "PvalueNumericFormatter"},
+             Case{"CBDOLLAR8.1", "CompactNumericFormatter"},
+             Case{"CBNLMNLUSD8.", "CompactNumericFormatter"},
+             Case{"NLSTRMON.", "NLSDTLookupFormat"},
+             Case{"SIZEKMG8.2", "SizeKMGFormatter"},
+             Case{"DOLLAR12.2", "BaseNumericFormatter"},
+             Case{"NLMNLGBP12.2", "BaseNumericFormatter"},
+             Case{"COMMAX10.", "BaseNumericFormatter"},
+             Case{"XYZ12.", ""},
          }) {
         auto info = VekFormat::getFormatInfoForFormatName(en, name);
         info->setType(FormatType::getFormatTypeForFormatName(*info->getName()));

@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <ostream>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -101,7 +101,9 @@ struct RemovalCase {
     std::vector<std::string> secondDispatch;
 };
 
-void PrintTo(const RemovalCase& removal, std::ostream* output) { *output << removal.description; }
+void PrintTo(const RemovalCase& removal, std::ostream* output) {
+    *output << removal.description;
+}
 
 class RemovalDuringDispatch : public testing::TestWithParam<RemovalCase> {};
 

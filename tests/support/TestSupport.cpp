@@ -2,6 +2,8 @@
 
 namespace pellium::test {
 
-std::string sourcePath(const std::string& relative) { return std::string(PELLIUM_SOURCE_DIR) + "/" + relative; }
+std::string sourcePath(const std::string& relative) {
+    return std::string(PELLIUM_SOURCE_DIR) + "/" + relative;
+}
 
 }  // namespace pellium::test

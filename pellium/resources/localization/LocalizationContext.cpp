@@ -80,14 +80,14 @@ bool LocalizationContext::setLocale(std::string_view locale) {
     return true;
 }
 
-bool LocalizationContext::setFormatLocale(std::string_view locale) {
+bool LocalizationContext::setFollowingLocale(std::string& field, std::string_view locale) {
     if (frozen_) {
         return false;
     }
     if (StringUtilities::trim(locale).empty()) {
-        formatLocale_.clear();
+        field.clear();
     } else if (auto normal = LocaleNames::normalize(locale)) {
-        formatLocale_ = std::move(*normal);
+        field = std::move(*normal);
     } else {
         return false;
     }
@@ -95,19 +95,12 @@ bool LocalizationContext::setFormatLocale(std::string_view locale) {
     return true;
 }
 
+bool LocalizationContext::setFormatLocale(std::string_view locale) {
+    return setFollowingLocale(formatLocale_, locale);
+}
+
 bool LocalizationContext::setDataLocale(std::string_view locale) {
-    if (frozen_) {
-        return false;
-    }
-    if (StringUtilities::trim(locale).empty()) {
-        dataLocale_.clear();
-    } else if (auto normal = LocaleNames::normalize(locale)) {
-        dataLocale_ = std::move(*normal);
-    } else {
-        return false;
-    }
-    update();
-    return true;
+    return setFollowingLocale(dataLocale_, locale);
 }
 
 bool LocalizationContext::setTimeZoneId(std::string_view timeZoneId) {

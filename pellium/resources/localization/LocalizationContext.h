@@ -114,6 +114,8 @@ public:
     static std::string substituteArguments(std::string_view pattern, const std::vector<std::string_view>& arguments);
 
 private:
+    /// Sets the format or data locale; an empty text makes it follow the locale again.
+    bool setFollowingLocale(std::string& field, std::string_view locale);
     void update();
 
     std::string locale_;

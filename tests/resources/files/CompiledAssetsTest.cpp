@@ -1,8 +1,7 @@
-#include "pellium/resources/files/CompiledAssets.h"
-
+#include <algorithm>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include "pellium/resources/files/CompiledAssets.h"
 
 namespace pellium {
 
