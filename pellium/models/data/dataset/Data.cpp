@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "pellium/models/data/dataset/DataModel.h"
+#include "pellium/models/data/hierarchy/DataModel.h"
 
 namespace pellium {
 

@@ -5,7 +5,7 @@
 
 #include "pellium/Export.h"
 #include "pellium/models/data/dataset/Column.h"
-#include "pellium/models/data/dataset/StatisticType.h"
+#include "pellium/models/data/hierarchy/StatisticType.h"
 #include "pellium/util/vector_map.h"
 
 namespace pellium {

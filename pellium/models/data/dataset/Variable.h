@@ -5,7 +5,7 @@
 #include "pellium/Export.h"
 #include "pellium/models/EventDispatcher.h"
 #include "pellium/models/data/dataset/DataType.h"
-#include "pellium/models/data/dataset/StatisticType.h"
+#include "pellium/models/data/hierarchy/StatisticType.h"
 #include "pellium/util/StringUtilities.h"
 
 namespace pellium {

@@ -3,7 +3,7 @@
 
 #include "pellium/models/data/dataset/DataType.h"
 #include "pellium/models/data/dataset/DataUsage.h"
-#include "pellium/models/data/dataset/StatisticType.h"
+#include "pellium/models/data/hierarchy/StatisticType.h"
 
 namespace pellium {
 

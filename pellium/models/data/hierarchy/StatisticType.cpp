@@ -1,4 +1,4 @@
-#include "pellium/models/data/dataset/StatisticType.h"
+#include "pellium/models/data/hierarchy/StatisticType.h"
 
 #include <array>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "pellium/models/data/dataset/DataModel.h"
+#include "pellium/models/data/hierarchy/DataModel.h"
 
 namespace pellium {
 
