@@ -1,0 +1,831 @@
+#include "pellium/models/data/where/WhereEvaluator.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <locale>
+#include <ostream>
+#include <sstream>
+#include <stdexcept>
+
+#include "pellium/models/data/dataset/Column.h"
+#include "pellium/models/data/dataset/DataSet.h"
+#include "pellium/models/data/dataset/DataTokens.h"
+#include "pellium/models/data/where/CompoundWhereClauseExpression.h"
+#include "pellium/models/data/where/WhereClauseExpression.h"
+#include "pellium/util/MathUtilities.h"
+
+namespace pellium {
+
+// --- Kernels ----------------------------------------------------------------------------------------
+
+struct WhereEvaluator::Kernel {
+    bool (*evaluateRow)(const WhereEvaluator& node, std::uint32_t row);
+    /// Writes the selected rows of [begin, end), at most one batch, to `out`; answers their count.
+    std::size_t (*selectRange)(const WhereEvaluator& node, std::uint32_t begin, std::uint32_t end, std::uint32_t* out,
+                               Scratch& scratch, int depth);
+    /// Writes the selected rows among `rows` (ascending, at most one batch) to `out`, which may be
+    /// `rows` itself; answers their count.
+    std::size_t (*selectListed)(const WhereEvaluator& node, const std::uint32_t* rows, std::size_t count,
+                                std::uint32_t* out, Scratch& scratch, int depth);
+};
+
+class WhereEvaluator::Scratch {
+public:
+    /// Rows per batch: small enough that a batch's selections stay in the first-level cache.
+    static constexpr std::uint32_t BATCH_ROWS = 2048;
+    static constexpr int SLOTS_PER_LEVEL = 4;
+
+    /// A buffer of BATCH_ROWS rows owned by nesting level `depth`; allocated on first use only.
+    std::uint32_t* buffer(int depth, int slot) {
+        const auto position = static_cast<std::size_t>(depth) * SLOTS_PER_LEVEL + static_cast<std::size_t>(slot);
+        if (position >= buffers_.size()) {
+            buffers_.resize(position + 1);
+        }
+        auto& buffer = buffers_[position];
+        if (buffer.size() < BATCH_ROWS) {
+            buffer.resize(BATCH_ROWS);
+        }
+        return buffer.data();
+    }
+
+private:
+    std::vector<std::vector<std::uint32_t>> buffers_;
+};
+
+struct WhereEvaluatorKernels {
+    using Kernel = WhereEvaluator::Kernel;
+    using Scratch = WhereEvaluator::Scratch;
+
+    [[noreturn]] static void throwRowBeyondColumn(std::uint64_t row, std::size_t size) {
+        throw std::out_of_range("WhereEvaluator: row " + std::to_string(row) + " is beyond the column's " +
+                                std::to_string(size) + " rows");
+    }
+    static void checkRow(std::uint64_t row, std::size_t size) {
+        if (row >= size) [[unlikely]] {
+            throwRowBeyondColumn(row, size);
+        }
+    }
+
+    // The two loops every leaf shares: each row is written to the selection and kept by advancing
+    // the count when it passes, so that the loop has no branch on the data.
+    template <typename Cells>
+    static std::size_t selectRange(const Cells& cells, std::uint32_t begin, std::uint32_t end, std::uint32_t* out) {
+        std::size_t count = 0;
+        for (std::uint32_t row = begin; row < end; ++row) {
+            out[count] = row;
+            count += cells(row) ? 1 : 0;
+        }
+        return count;
+    }
+    template <typename Cells>
+    static std::size_t selectListed(const Cells& cells, const std::uint32_t* rows, std::size_t rowCount,
+                                    std::uint32_t* out) {
+        std::size_t count = 0;
+        for (std::size_t index = 0; index < rowCount; ++index) {
+            const std::uint32_t row = rows[index];
+            out[count] = row;
+            count += cells(row) ? 1 : 0;
+        }
+        return count;
+    }
+
+    // A leaf's kernel from its cell access: `Cells(node)` binds the node's vectors and constant,
+    // `cells(row)` tests an unchecked row, `cells.size()` bounds the rows.
+    template <typename Cells>
+    struct Leaf {
+        static bool evaluateRow(const WhereEvaluator& node, std::uint32_t row) {
+            const Cells cells(node);
+            checkRow(row, cells.size());
+            return cells(row);
+        }
+        static std::size_t selectRange(const WhereEvaluator& node, std::uint32_t begin, std::uint32_t end,
+                                       std::uint32_t* out, Scratch&, int) {
+            const Cells cells(node);
+            if (begin < end) {
+                checkRow(end - 1, cells.size());
+            }
+            return WhereEvaluatorKernels::selectRange(cells, begin, end, out);
+        }
+        static std::size_t selectListed(const WhereEvaluator& node, const std::uint32_t* rows, std::size_t count,
+                                        std::uint32_t* out, Scratch&, int) {
+            const Cells cells(node);
+            if (count > 0) {
+                checkRow(rows[count - 1], cells.size());  // rows ascend: the last is the largest
+            }
+            return WhereEvaluatorKernels::selectListed(cells, rows, count, out);
+        }
+        static constexpr Kernel kernel{&evaluateRow, &selectRange, &selectListed};
+    };
+
+    // --- Numeric cells ---
+
+    struct NumericConstant {
+        double value;
+        double epsilon;
+    };
+
+    template <typename Operation>
+    struct NumberCells {
+        explicit NumberCells(const WhereEvaluator& node)
+            : data(node.numbers_ ? node.numbers_->data() : nullptr),
+              count(node.numbers_ ? node.numbers_->size() : 0),
+              constant{node.numericConstant_, node.epsilon_} {}
+        std::size_t size() const { return count; }
+        bool operator()(std::size_t row) const { return Operation::test(data[row], constant); }
+
+        const double* data;
+        std::size_t count;
+        NumericConstant constant;
+    };
+
+    // Exact comparisons with a constant that is not missing. NaN fails every IEEE comparison, so
+    // "missing sorts below every number" is the negation of the opposite test.
+    struct NumericEq {
+        static bool test(double cell, NumericConstant k) { return cell == k.value; }
+    };
+    struct NumericNe {
+        static bool test(double cell, NumericConstant k) { return cell != k.value && cell == cell; }
+    };
+    struct NumericLt {
+        static bool test(double cell, NumericConstant k) { return !(cell >= k.value); }
+    };
+    struct NumericLe {
+        static bool test(double cell, NumericConstant k) { return !(cell > k.value); }
+    };
+    struct NumericGt {
+        static bool test(double cell, NumericConstant k) { return cell > k.value; }
+    };
+    struct NumericGe {
+        static bool test(double cell, NumericConstant k) { return cell >= k.value; }
+    };
+    // What the comparisons become with a missing constant.
+    struct NumericMissing {
+        static bool test(double cell, NumericConstant) { return cell != cell; }
+    };
+    struct NumericNotMissing {
+        static bool test(double cell, NumericConstant) { return cell == cell; }
+    };
+    template <bool result>
+    struct NumericConstantResult {
+        static bool test(double, NumericConstant) { return result; }
+    };
+    // Tolerant comparisons.
+    template <bool (*compare)(double, double, double) noexcept>
+    struct Tolerant {
+        static bool test(double cell, NumericConstant k) { return compare(cell, k.value, k.epsilon); }
+    };
+
+    // --- String cells ---
+
+    // A test of one cell text against the node's constant; a null text is a cell without text.
+    struct StringEq {
+        static bool test(const SharedString& text, const WhereEvaluator& node) {
+            if (!text) {
+                return false;
+            }
+            return node.valueIsMissing_ ? StringUtilities::isStringMissing(*text) : *text == *node.stringConstant_;
+        }
+    };
+    struct StringNe {
+        static bool test(const SharedString& text, const WhereEvaluator& node) {
+            return text && !StringEq::test(text, node);
+        }
+    };
+    struct InternEq {
+        static bool test(const SharedString& text, const WhereEvaluator& node) {
+            const SharedString& constant = node.stringConstant_;
+            return text && (text == constant || (constant && *text == *constant));
+        }
+    };
+    struct InternNe {
+        static bool test(const SharedString& text, const WhereEvaluator& node) {
+            return text && !InternEq::test(text, node);
+        }
+    };
+    template <typename Order>
+    struct StringOrder {
+        static bool test(const SharedString& text, const WhereEvaluator& node) {
+            if (!text) {
+                return false;
+            }
+            const std::string_view constant = node.stringConstant_ ? *node.stringConstant_ : std::string_view();
+            return Order{}(std::string_view(*text).compare(constant), 0);
+        }
+    };
+    struct StringMissing {
+        static bool test(const SharedString& text, const WhereEvaluator& node) {
+            return !text || (node.compareFormatted_ && *text == ".") || StringUtilities::isStringMissing(*text);
+        }
+    };
+    struct StringNotMissing {
+        static bool test(const SharedString& text, const WhereEvaluator& node) {
+            return text && !StringMissing::test(text, node);
+        }
+    };
+
+    // Texts fetched per row: explicit texts, or the formatted numbers of a numeric column. The
+    // column checks the row itself.
+    template <typename Operation>
+    struct TextCells {
+        explicit TextCells(const WhereEvaluator& node) : column(node.column_.get()), owner(&node) {}
+        std::size_t size() const { return std::numeric_limits<std::size_t>::max(); }
+        bool operator()(std::size_t row) const {
+            const auto columnRow = static_cast<std::int32_t>(static_cast<std::uint32_t>(row));
+            const SharedString text = owner->compareFormatted_ ? column->getFormattedValueAtIndex(columnRow, false)
+                                                               : column->getStringAtIndex(columnRow);
+            return Operation::test(text, *owner);
+        }
+
+        const Column* column;
+        const WhereEvaluator* owner;
+    };
+
+    // Token codes -100 to -1 sit before the string-table indices in the verdict table.
+    static constexpr std::uint32_t TOKEN_OFFSET = 100;
+
+    struct IndexVerdictCells {
+        explicit IndexVerdictCells(const WhereEvaluator& node)
+            : indices(node.stringIndices_->data()),
+              count(node.stringIndices_->size()),
+              verdicts(node.verdicts_.data()),
+              verdictCount(static_cast<std::uint32_t>(node.verdicts_.size())),
+              nullTextVerdict(node.nullTextVerdict_) {}
+        std::size_t size() const { return count; }
+        bool operator()(std::size_t row) const {
+            const std::uint32_t position = static_cast<std::uint32_t>(indices[row]) + TOKEN_OFFSET;
+            return position < verdictCount ? verdicts[position] != 0 : nullTextVerdict;
+        }
+
+        const std::int32_t* indices;
+        std::size_t count;
+        const std::uint8_t* verdicts;
+        std::uint32_t verdictCount;
+        bool nullTextVerdict;
+    };
+
+    // One index has the wanted text and no other cell qualifies: the test is one integer compare.
+    struct IndexEqualsCells {
+        explicit IndexEqualsCells(const WhereEvaluator& node)
+            : indices(node.stringIndices_->data()),
+              count(node.stringIndices_->size()),
+              wanted(node.onlyMatchingIndex_) {}
+        std::size_t size() const { return count; }
+        bool operator()(std::size_t row) const { return indices[row] == wanted; }
+
+        const std::int32_t* indices;
+        std::size_t count;
+        std::int32_t wanted;
+    };
+
+    // --- Constant nodes ---
+
+    template <bool result>
+    struct Constant {
+        static bool evaluateRow(const WhereEvaluator&, std::uint32_t) { return result; }
+        static std::size_t selectRange(const WhereEvaluator&, std::uint32_t begin, std::uint32_t end,
+                                       std::uint32_t* out, Scratch&, int) {
+            if constexpr (!result) {
+                return 0;
+            }
+            fillRange(begin, end, out);
+            return end - begin;
+        }
+        static std::size_t selectListed(const WhereEvaluator&, const std::uint32_t* rows, std::size_t count,
+                                        std::uint32_t* out, Scratch&, int) {
+            if constexpr (!result) {
+                return 0;
+            }
+            if (out != rows) {
+                std::copy(rows, rows + count, out);
+            }
+            return count;
+        }
+        static constexpr Kernel kernel{&evaluateRow, &selectRange, &selectListed};
+    };
+
+    static void fillRange(std::uint32_t begin, std::uint32_t end, std::uint32_t* out) {
+        for (std::uint32_t row = begin; row < end; ++row) {
+            out[row - begin] = row;
+        }
+    }
+
+    // --- Compound nodes ---
+
+    static bool evaluateChild(const std::shared_ptr<WhereEvaluator>& child, std::uint32_t row) {
+        return child->kernel_->evaluateRow(*child, row);
+    }
+    static std::size_t selectChild(const std::shared_ptr<WhereEvaluator>& child, const std::uint32_t* rows,
+                                   std::size_t count, std::uint32_t* out, Scratch& scratch, int depth) {
+        return child->kernel_->selectListed(*child, rows, count, out, scratch, depth + 1);
+    }
+
+    /// Removes from the ascending `rows` those also in the ascending `removed`, in place.
+    static std::size_t removeListed(std::uint32_t* rows, std::size_t count, const std::uint32_t* removed,
+                                    std::size_t removedCount) {
+        std::size_t kept = 0;
+        std::size_t next = 0;
+        for (std::size_t index = 0; index < count; ++index) {
+            const std::uint32_t row = rows[index];
+            while (next < removedCount && removed[next] < row) {
+                ++next;
+            }
+            if (next < removedCount && removed[next] == row) {
+                continue;
+            }
+            rows[kept++] = row;
+        }
+        return kept;
+    }
+
+    // Compounds that test a listed selection test a range through the list of its rows.
+    template <typename Compound>
+    static std::size_t selectRangeThroughList(const WhereEvaluator& node, std::uint32_t begin, std::uint32_t end,
+                                              std::uint32_t* out, Scratch& scratch, int depth) {
+        fillRange(begin, end, out);
+        return Compound::selectListed(node, out, end - begin, out, scratch, depth);
+    }
+
+    struct And {
+        static bool evaluateRow(const WhereEvaluator& node, std::uint32_t row) {
+            for (const auto& child : node.children_) {
+                if (!evaluateChild(child, row)) {
+                    return false;
+                }
+            }
+            return true;
+        }
+        // The first child selects from the range; each later child narrows the selection in place.
+        static std::size_t selectRange(const WhereEvaluator& node, std::uint32_t begin, std::uint32_t end,
+                                       std::uint32_t* out, Scratch& scratch, int depth) {
+            if (node.children_.empty()) {
+                fillRange(begin, end, out);
+                return end - begin;
+            }
+            const auto& first = node.children_.front();
+            std::size_t count = first->kernel_->selectRange(*first, begin, end, out, scratch, depth + 1);
+            return narrow(node, 1, out, count, scratch, depth);
+        }
+        static std::size_t selectListed(const WhereEvaluator& node, const std::uint32_t* rows, std::size_t count,
+                                        std::uint32_t* out, Scratch& scratch, int depth) {
+            if (node.children_.empty()) {
+                if (out != rows) {
+                    std::copy(rows, rows + count, out);
+                }
+                return count;
+            }
+            count = selectChild(node.children_.front(), rows, count, out, scratch, depth);
+            return narrow(node, 1, out, count, scratch, depth);
+        }
+        static std::size_t narrow(const WhereEvaluator& node, std::size_t firstChild, std::uint32_t* rows,
+                                  std::size_t count, Scratch& scratch, int depth) {
+            for (std::size_t index = firstChild; index < node.children_.size() && count > 0; ++index) {
+                count = selectChild(node.children_[index], rows, count, rows, scratch, depth);
+            }
+            return count;
+        }
+        static constexpr Kernel kernel{&evaluateRow, &selectRange, &selectListed};
+    };
+
+    struct Or {
+        static bool evaluateRow(const WhereEvaluator& node, std::uint32_t row) {
+            for (const auto& child : node.children_) {
+                if (evaluateChild(child, row)) {
+                    return true;
+                }
+            }
+            return false;
+        }
+        // Each child tests only the rows that no earlier child selected, as the row walk does.
+        static std::size_t selectListed(const WhereEvaluator& node, const std::uint32_t* rows, std::size_t count,
+                                        std::uint32_t* out, Scratch& scratch, int depth) {
+            std::uint32_t* remaining = scratch.buffer(depth, 0);
+            std::uint32_t* hits = scratch.buffer(depth, 1);
+            std::uint32_t* selected = scratch.buffer(depth, 2);
+            std::uint32_t* merged = scratch.buffer(depth, 3);
+            std::copy(rows, rows + count, remaining);
+            std::size_t remainingCount = count;
+            std::size_t selectedCount = 0;
+            for (const auto& child : node.children_) {
+                if (remainingCount == 0) {
+                    break;
+                }
+                const std::size_t hitCount = selectChild(child, remaining, remainingCount, hits, scratch, depth);
+                if (hitCount == 0) {
+                    continue;
+                }
+                selectedCount = static_cast<std::size_t>(
+                    std::merge(selected, selected + selectedCount, hits, hits + hitCount, merged) - merged);
+                std::swap(selected, merged);
+                remainingCount = removeListed(remaining, remainingCount, hits, hitCount);
+            }
+            std::copy(selected, selected + selectedCount, out);
+            return selectedCount;
+        }
+        static constexpr Kernel kernel{&evaluateRow, &selectRangeThroughList<Or>, &selectListed};
+    };
+
+    struct Not {
+        static bool evaluateRow(const WhereEvaluator& node, std::uint32_t row) {
+            return !node.children_.empty() && !evaluateChild(node.children_.front(), row);
+        }
+        static std::size_t selectListed(const WhereEvaluator& node, const std::uint32_t* rows, std::size_t count,
+                                        std::uint32_t* out, Scratch& scratch, int depth) {
+            if (node.children_.empty()) {
+                return 0;
+            }
+            std::uint32_t* hits = scratch.buffer(depth, 0);
+            const std::size_t hitCount = selectChild(node.children_.front(), rows, count, hits, scratch, depth);
+            if (out != rows) {
+                std::copy(rows, rows + count, out);
+            }
+            return removeListed(out, count, hits, hitCount);
+        }
+        static constexpr Kernel kernel{&evaluateRow, &selectRangeThroughList<Not>, &selectListed};
+    };
+};
+
+// --- Compilation ------------------------------------------------------------------------------------
+
+struct WhereEvaluatorCompiler {
+    using Kernels = WhereEvaluatorKernels;
+    using Routine = WhereEvaluator::Routine;
+    using Kernel = WhereEvaluator::Kernel;
+
+    const DataSet* dataSet;
+    bool internStrings;
+    bool resultWhenUnresolved;
+
+    std::shared_ptr<WhereEvaluator> makeFallback() const {
+        auto node = std::make_shared<WhereEvaluator>(WhereEvaluator::Token{});
+        setConstant(*node, resultWhenUnresolved);
+        return node;
+    }
+
+    static void setConstant(WhereEvaluator& node, bool result) {
+        if (result) {
+            node.setRoutine(Routine::TRUE_RESULT, Kernels::Constant<true>::kernel);
+        } else {
+            node.setRoutine(Routine::FALSE_RESULT, Kernels::Constant<false>::kernel);
+        }
+    }
+
+    std::shared_ptr<WhereEvaluator> compile(const AbstractWhereClauseExpression* where) const {
+        if (!where) {
+            return makeFallback();
+        }
+        if (where->isCompound()) {
+            return compileCompound(static_cast<const CompoundWhereClauseExpression&>(*where));
+        }
+        auto node = makeFallback();
+        compileLeaf(*node, static_cast<const WhereClauseExpression&>(*where));
+        return node;
+    }
+
+    std::shared_ptr<WhereEvaluator> compileCompound(const CompoundWhereClauseExpression& compound) const {
+        const auto op = compound.getUniformOperator();
+        const auto& children = compound.getExpressions();
+        if (!children || children->empty()) {
+            return makeFallback();
+        }
+        std::vector<std::shared_ptr<WhereEvaluator>> compiled;
+        compiled.reserve(children->size());
+        for (const auto& child : *children) {
+            compiled.push_back(compile(child.get()));
+        }
+        if (compiled.size() == 1 && op != WhereClauseOperators::NOT) {
+            return compiled.front();
+        }
+        auto node = makeFallback();
+        node->children_ = std::move(compiled);
+        switch (op) {
+            case WhereClauseOperators::AND:
+                node->setRoutine(Routine::AND, Kernels::And::kernel);
+                break;
+            case WhereClauseOperators::OR:
+                node->setRoutine(Routine::OR, Kernels::Or::kernel);
+                break;
+            case WhereClauseOperators::NOT:
+                node->setRoutine(Routine::NOT, Kernels::Not::kernel);
+                break;
+            default:
+                node->children_.clear();  // another operator keeps the fallback
+                break;
+        }
+        return node;
+    }
+
+    void compileLeaf(WhereEvaluator& node, const WhereClauseExpression& leaf) const {
+        const auto op = leaf.getOperatorType();
+        if (op == WhereClauseOperators::FALSE || op == WhereClauseOperators::TRUE) {
+            setConstant(node, op == WhereClauseOperators::TRUE);
+            return;
+        }
+        const bool isComparison = WhereClauseOperators::isComparison(op) || op == WhereClauseOperators::IS ||
+                                  op == WhereClauseOperators::IS_NOT;
+        const auto& value = leaf.getValue();
+        if (!isComparison || !value || !dataSet || !leaf.getColumnName()) {
+            return;
+        }
+        auto column = dataSet->getColumnWithName(*leaf.getColumnName());
+        if (!column) {
+            return;
+        }
+        const bool isStringColumn = column->getDataType() == DataType::STRING;
+        const bool isMissing = value->isMissing();
+        if (isStringColumn && !value->isString() && !isMissing) {
+            return;
+        }
+        node.column_ = std::move(column);
+        node.operator_ = op;
+        node.valueIsMissing_ = isMissing;
+        if (value->isString() || isStringColumn) {
+            // A missing number against texts is a missing text.
+            SharedString constant =
+                value->isString() ? value->getStringValue() : DataTokens::getStringConstant(DataTokens::TOKEN_MISSING);
+            node.stringConstant_ = internStrings ? StringUtilities::internString(constant) : std::move(constant);
+            node.compareFormatted_ = !isStringColumn;
+            chooseStringRoutine(node, op);
+        } else {
+            node.numericConstant_ = value->getNumericValue();
+            node.epsilon_ = isMissing ? 0 : dataSet->getComparisonEpsilon();
+            node.numbers_ = node.column_->getNumbers();
+            chooseNumericRoutine(node, op);
+        }
+    }
+
+    // IS and IS_NOT with a value are EQ and NE.
+    static WhereClauseOperators::type comparisonOf(WhereClauseOperators::type op) {
+        if (op == WhereClauseOperators::IS) {
+            return WhereClauseOperators::EQ;
+        }
+        return op == WhereClauseOperators::IS_NOT ? WhereClauseOperators::NE : op;
+    }
+
+    template <typename Operation>
+    static void setNumeric(WhereEvaluator& node, Routine routine) {
+        node.setRoutine(routine, Kernels::Leaf<Kernels::NumberCells<Operation>>::kernel);
+    }
+
+    static void chooseNumericRoutine(WhereEvaluator& node, WhereClauseOperators::type op) {
+        if (node.valueIsMissing_) {
+            chooseMissingNumericRoutine(node, op);
+            return;
+        }
+        // A NaN epsilon is not 0 either.
+        if (node.epsilon_ != 0 || std::isnan(node.epsilon_)) {
+            chooseTolerantRoutine(node, comparisonOf(op));
+            return;
+        }
+        switch (comparisonOf(op)) {
+            case WhereClauseOperators::EQ:
+                return setNumeric<Kernels::NumericEq>(node, Routine::NUMERIC_EQ);
+            case WhereClauseOperators::NE:
+                return setNumeric<Kernels::NumericNe>(node, Routine::NUMERIC_NE);
+            case WhereClauseOperators::LT:
+                return setNumeric<Kernels::NumericLt>(node, Routine::NUMERIC_LT);
+            case WhereClauseOperators::LE:
+                return setNumeric<Kernels::NumericLe>(node, Routine::NUMERIC_LE);
+            case WhereClauseOperators::GT:
+                return setNumeric<Kernels::NumericGt>(node, Routine::NUMERIC_GT);
+            default:
+                return setNumeric<Kernels::NumericGe>(node, Routine::NUMERIC_GE);
+        }
+    }
+
+    // The routine keeps its name; its kernel is what the comparison means against a missing constant.
+    static void chooseMissingNumericRoutine(WhereEvaluator& node, WhereClauseOperators::type op) {
+        switch (op) {
+            case WhereClauseOperators::IS:
+                return setNumeric<Kernels::NumericMissing>(node, Routine::NUMERIC_MISSING);
+            case WhereClauseOperators::IS_NOT:
+                return setNumeric<Kernels::NumericNotMissing>(node, Routine::NUMERIC_NOT_MISSING);
+            case WhereClauseOperators::EQ:
+                return setNumeric<Kernels::NumericMissing>(node, Routine::NUMERIC_EQ);
+            case WhereClauseOperators::NE:
+                return setNumeric<Kernels::NumericNotMissing>(node, Routine::NUMERIC_NE);
+            case WhereClauseOperators::LT:
+                return setNumeric<Kernels::NumericConstantResult<false>>(node, Routine::NUMERIC_LT);
+            case WhereClauseOperators::LE:
+                return setNumeric<Kernels::NumericMissing>(node, Routine::NUMERIC_LE);
+            case WhereClauseOperators::GT:
+                return setNumeric<Kernels::NumericNotMissing>(node, Routine::NUMERIC_GT);
+            default:
+                return setNumeric<Kernels::NumericConstantResult<true>>(node, Routine::NUMERIC_GE);
+        }
+    }
+
+    static void chooseTolerantRoutine(WhereEvaluator& node, WhereClauseOperators::type op) {
+        switch (op) {
+            case WhereClauseOperators::EQ:
+                return setNumeric<Kernels::Tolerant<&MathUtilities::epsilon_eq>>(node, Routine::EPSILON_EQ);
+            case WhereClauseOperators::NE:
+                return setNumeric<Kernels::Tolerant<&MathUtilities::epsilon_ne>>(node, Routine::EPSILON_NE);
+            case WhereClauseOperators::LT:
+                return setNumeric<Kernels::Tolerant<&MathUtilities::epsilon_lt>>(node, Routine::EPSILON_LT);
+            case WhereClauseOperators::LE:
+                return setNumeric<Kernels::Tolerant<&MathUtilities::epsilon_le>>(node, Routine::EPSILON_LE);
+            case WhereClauseOperators::GT:
+                return setNumeric<Kernels::Tolerant<&MathUtilities::epsilon_gt>>(node, Routine::EPSILON_GT);
+            default:
+                return setNumeric<Kernels::Tolerant<&MathUtilities::epsilon_ge>>(node, Routine::EPSILON_GE);
+        }
+    }
+
+    void chooseStringRoutine(WhereEvaluator& node, WhereClauseOperators::type op) const {
+        const bool missing = node.valueIsMissing_;
+        switch (op) {
+            case WhereClauseOperators::EQ:
+                return internStrings ? setString<Kernels::InternEq>(node, Routine::INTERN_EQ)
+                                     : setString<Kernels::StringEq>(node, Routine::STRING_EQ);
+            case WhereClauseOperators::NE:
+                return internStrings ? setString<Kernels::InternNe>(node, Routine::INTERN_NE)
+                                     : setString<Kernels::StringNe>(node, Routine::STRING_NE);
+            case WhereClauseOperators::LT:
+                return setString<Kernels::StringOrder<std::less<>>>(node, Routine::STRING_LT);
+            case WhereClauseOperators::LE:
+                return setString<Kernels::StringOrder<std::less_equal<>>>(node, Routine::STRING_LE);
+            case WhereClauseOperators::GT:
+                return setString<Kernels::StringOrder<std::greater<>>>(node, Routine::STRING_GT);
+            case WhereClauseOperators::GE:
+                return setString<Kernels::StringOrder<std::greater_equal<>>>(node, Routine::STRING_GE);
+            case WhereClauseOperators::IS:
+                return missing ? setString<Kernels::StringMissing>(node, Routine::STRING_MISSING)
+                               : setString<Kernels::StringEq>(node, Routine::STRING_EQ);
+            default:
+                return missing ? setString<Kernels::StringNotMissing>(node, Routine::STRING_NOT_MISSING)
+                               : setString<Kernels::StringNe>(node, Routine::STRING_NE);
+        }
+    }
+
+    template <typename Operation>
+    static void setString(WhereEvaluator& node, Routine routine) {
+        if (!decideStringIndices<Operation>(node)) {
+            node.setRoutine(routine, Kernels::Leaf<Kernels::TextCells<Operation>>::kernel);
+            return;
+        }
+        const std::size_t passing =
+            static_cast<std::size_t>(std::count(node.verdicts_.begin(), node.verdicts_.end(), std::uint8_t{1}));
+        if (passing == 1 && !node.nullTextVerdict_) {
+            const auto position = std::find(node.verdicts_.begin(), node.verdicts_.end(), std::uint8_t{1});
+            node.onlyMatchingIndex_ = static_cast<std::int32_t>(position - node.verdicts_.begin()) -
+                                      static_cast<std::int32_t>(Kernels::TOKEN_OFFSET);
+            node.setRoutine(routine, Kernels::Leaf<Kernels::IndexEqualsCells>::kernel);
+        } else {
+            node.setRoutine(routine, Kernels::Leaf<Kernels::IndexVerdictCells>::kernel);
+        }
+    }
+
+    // A string column that reads its texts through its indices is decided once per distinct
+    // index: the verdict of each token code and string-table entry, and of a cell without text.
+    // Not worth it when the shared table is much larger than the column.
+    template <typename Operation>
+    static bool decideStringIndices(WhereEvaluator& node) {
+        const Column& column = *node.column_;
+        const auto& indices = column.getStringIndices();
+        if (node.compareFormatted_ || column.hasExplicitStrings() || !indices) {
+            return false;
+        }
+        const auto& table = column.getResolvedStringTable();
+        const std::size_t tableSize = table ? table->size() : 0;
+        if (tableSize > 4 * indices->size() + 4096 ||
+            tableSize > std::numeric_limits<std::uint32_t>::max() - Kernels::TOKEN_OFFSET) {
+            return false;
+        }
+        node.stringIndices_ = indices;
+        node.verdicts_.resize(Kernels::TOKEN_OFFSET + tableSize);
+        for (std::uint32_t code = 0; code < Kernels::TOKEN_OFFSET; ++code) {
+            const auto token = static_cast<std::int32_t>(code) - static_cast<std::int32_t>(Kernels::TOKEN_OFFSET);
+            node.verdicts_[code] = Operation::test(DataTokens::getStringConstant(token), node) ? 1 : 0;
+        }
+        for (std::size_t index = 0; index < tableSize; ++index) {
+            node.verdicts_[Kernels::TOKEN_OFFSET + index] = Operation::test((*table)[index], node) ? 1 : 0;
+        }
+        node.nullTextVerdict_ = Operation::test(nullptr, node);
+        return true;
+    }
+};
+
+// --- WhereEvaluator ---------------------------------------------------------------------------------
+
+WhereEvaluator::WhereEvaluator(Token) : numericConstant_(std::numeric_limits<double>::quiet_NaN()) {}
+
+WhereEvaluator::~WhereEvaluator() = default;
+
+void WhereEvaluator::setRoutine(Routine routine, const Kernel& kernel) {
+    routine_ = routine;
+    kernel_ = &kernel;
+}
+
+std::shared_ptr<WhereEvaluator> WhereEvaluator::create(
+    const std::shared_ptr<const AbstractWhereClauseExpression>& where, const std::shared_ptr<const DataSet>& dataSet,
+    bool internStrings, bool resultWhenUnresolved) {
+    const WhereEvaluatorCompiler compiler{dataSet.get(), internStrings, resultWhenUnresolved};
+    return dataSet ? compiler.compile(where.get()) : compiler.makeFallback();
+}
+
+bool WhereEvaluator::evaluate(std::uint32_t row) const {
+    return kernel_->evaluateRow(*this, row);
+}
+
+std::size_t WhereEvaluator::selectRows(std::uint32_t begin, std::uint32_t end, std::uint32_t* selection) const {
+    Scratch scratch;
+    std::size_t count = 0;
+    for (std::uint32_t batchBegin = begin; batchBegin < end;) {
+        const std::uint32_t batchEnd = end - batchBegin > Scratch::BATCH_ROWS ? batchBegin + Scratch::BATCH_ROWS : end;
+        count += kernel_->selectRange(*this, batchBegin, batchEnd, selection + count, scratch, 0);
+        batchBegin = batchEnd;
+    }
+    return count;
+}
+
+std::vector<std::uint32_t> WhereEvaluator::selectRows(std::uint32_t begin, std::uint32_t end) const {
+    std::vector<std::uint32_t> selection(end > begin ? end - begin : 0);
+    selection.resize(selectRows(begin, end, selection.data()));
+    return selection;
+}
+
+// --- Text -------------------------------------------------------------------------------------------
+
+std::string_view WhereEvaluator::getRoutineName(Routine routine) {
+    static constexpr std::array<std::string_view, 29> names = {"_eval_true",
+                                                               "_eval_false",
+                                                               "_eval_numeric_eq",
+                                                               "_eval_numeric_ne",
+                                                               "_eval_numeric_lt",
+                                                               "_eval_numeric_le",
+                                                               "_eval_numeric_gt",
+                                                               "_eval_numeric_ge",
+                                                               "_eval_numeric_missing",
+                                                               "_eval_numeric_not_missing",
+                                                               "_eval_epsilon_eq",
+                                                               "_eval_epsilon_ne",
+                                                               "_eval_epsilon_lt",
+                                                               "_eval_epsilon_le",
+                                                               "_eval_epsilon_gt",
+                                                               "_eval_epsilon_ge",
+                                                               "_eval_string_eq",
+                                                               "_eval_string_ne",
+                                                               "_eval_intern_eq",
+                                                               "_eval_intern_ne",
+                                                               "_eval_string_lt",
+                                                               "_eval_string_le",
+                                                               "_eval_string_gt",
+                                                               "_eval_string_ge",
+                                                               "_eval_string_missing",
+                                                               "_eval_string_not_missing",
+                                                               "_eval_and",
+                                                               "_eval_or",
+                                                               "_eval_not"};
+    const auto index = static_cast<std::size_t>(routine);
+    return index < names.size() ? names[index] : std::string_view("[@0()]");
+}
+
+void WhereEvaluator::printToStream(std::ostream& stream) const {
+    switch (routine_) {
+        case Routine::TRUE_RESULT:
+            stream << "TRUE";
+            return;
+        case Routine::FALSE_RESULT:
+            stream << "FALSE";
+            return;
+        case Routine::NOT:
+            stream << "NOT(";
+            children_.front()->printToStream(stream);
+            stream << ')';
+            return;
+        case Routine::AND:
+        case Routine::OR: {
+            const std::string_view separator = routine_ == Routine::AND ? " AND " : " OR ";
+            stream << '(';
+            for (std::size_t index = 0; index < children_.size(); ++index) {
+                if (index > 0) {
+                    stream << separator;
+                }
+                children_[index]->printToStream(stream);
+            }
+            stream << ')';
+            return;
+        }
+        default:
+            break;
+    }
+    stream << '(' << *column_->getName() << ' ' << WhereClauseOperators::getStringFromValue(operator_) << ' ';
+    const bool comparesTexts = routine_ >= Routine::STRING_EQ && routine_ <= Routine::STRING_NOT_MISSING;
+    if (comparesTexts) {
+        stream << (stringConstant_ ? *stringConstant_ : std::string("NULL"));
+    } else {
+        stream << numericConstant_;
+    }
+    stream << ')';
+}
+
+SharedString WhereEvaluator::getStringRepresentation() const {
+    std::ostringstream stream;
+    stream.imbue(std::locale::classic());
+    printToStream(stream);
+    return std::make_shared<const std::string>(stream.str());
+}
+
+}  // namespace pellium
