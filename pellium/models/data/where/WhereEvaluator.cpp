@@ -722,7 +722,7 @@ std::shared_ptr<WhereEvaluator> WhereEvaluator::create(
     const std::shared_ptr<const AbstractWhereClauseExpression>& where, const std::shared_ptr<const DataSet>& dataSet,
     bool internStrings, bool resultWhenUnresolved) {
     const WhereEvaluatorCompiler compiler{dataSet.get(), internStrings, resultWhenUnresolved};
-    return dataSet ? compiler.compile(where.get()) : compiler.makeFallback();
+    return compiler.compile(where.get());
 }
 
 bool WhereEvaluator::evaluate(std::uint32_t row) const {
