@@ -126,14 +126,14 @@ public:
     /// Whether a string leaf decides its cells once per distinct string-table index.
     bool comparesStringIndices() const { return !verdicts_.empty(); }
 
-    /// The kernel behind a routine: the per-row test and the two batch loops. Internal.
-    struct Kernel;
-    /// Buffers of the batch loops, one set per nesting level. Internal.
-    class Scratch;
-
 private:
     friend struct WhereEvaluatorCompiler;
     friend struct WhereEvaluatorKernels;
+
+    /// The kernel behind a routine: the per-row test and the two batch loops over one routine.
+    struct Kernel;
+    /// Buffers of the batch loops, one set per nesting level, made once per selectRows call.
+    class Scratch;
 
     void setRoutine(Routine routine, const Kernel& kernel);
 

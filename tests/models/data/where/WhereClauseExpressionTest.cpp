@@ -60,6 +60,20 @@ TEST(WhereClauseExpressionTest, FactoriesRefuseUnusableArguments) {
     EXPECT_EQ(*fromProvider->getFormatName(), "BEST12.");
 }
 
+// Anything that names itself as a column does, such as a hierarchy level.
+struct NamedLevel {
+    SharedString getName() const { return text("Year"); }
+    SharedString getLabel() const { return text("Fiscal year"); }
+    SharedString getFormatName() const { return text("F4."); }
+};
+
+TEST(WhereClauseExpressionTest, LeafOnANamedLevelTakesItsAttributes) {
+    const auto clause = WhereClauseExpression::create(std::make_shared<const NamedLevel>(), Op::GE, number(2020));
+    ASSERT_NE(clause, nullptr);
+    EXPECT_EQ(*clause->getDescription(true, true), "(Year GE 2020, label=Fiscal year, format=F4.)");
+    EXPECT_EQ(WhereClauseExpression::create(std::shared_ptr<const NamedLevel>(), Op::GE, number(1)), nullptr);
+}
+
 // The leaf's rules against a row map, one row per case.
 TEST(WhereClauseExpressionTest, LeafEvaluationFollowsTheValueOperators) {
     struct Case {

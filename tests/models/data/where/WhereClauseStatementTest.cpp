@@ -66,8 +66,8 @@ TEST(WhereClauseStatementTest, EvaluatesLeftToRightWithoutPrecedence) {
     };
     EXPECT_TRUE(evaluate(""));
     EXPECT_TRUE(evaluate("a = 1 AND b = 2"));
-    EXPECT_FALSE(evaluate("a = 9 OR b = 2"));           // a false first clause decides
-    EXPECT_TRUE(evaluate("a = 1 OR b = 9"));            // "x OR y" is the value of x ...
+    EXPECT_FALSE(evaluate("a = 9 OR b = 2"));            // a false first clause decides
+    EXPECT_TRUE(evaluate("a = 1 OR b = 9"));             // "x OR y" is the value of x ...
     EXPECT_FALSE(evaluate("a = 1 AND b = 9 OR a = 1"));  // a false clause after AND ends the walk
     EXPECT_TRUE(evaluate("a = 1 OR b = 9 AND a = 1"));   // a false clause after OR does not
     EXPECT_TRUE(evaluate("a = 1 OR b = 2 AND a = 9"));   // a true clause after OR ends it with true

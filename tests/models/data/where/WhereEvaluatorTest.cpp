@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <stdexcept>
+#include <thread>
 
 #include "WhereTestData.h"
 
@@ -263,6 +264,31 @@ RandomData makeRandomData(std::mt19937& random, std::int32_t rowCount) {
         data.rows.push_back(rowOf(*data.dataSet, row));
     }
     return data;
+}
+
+TEST(WhereEvaluatorTest, OneEvaluatorServesSeveralThreadsAtOnce) {
+    std::mt19937 random(5);
+    const auto data = makeRandomData(random, 5000).dataSet;
+    const auto clause =
+        compound(Op::OR, {compound(Op::AND, {leaf("name", Op::EQ, string("Apple")), leaf("plain", Op::GT, number(1))}),
+                          leaf("whole", Op::LE, number(0))});
+    const auto evaluator = WhereEvaluator::create(clause, data, true, false);
+    const Rows expected = evaluator->selectRows(0, 5000);
+    std::vector<Rows> results(4);
+    std::vector<std::thread> threads;
+    for (auto& result : results) {
+        threads.emplace_back([&evaluator, &result] {
+            for (int repeat = 0; repeat < 20; ++repeat) {
+                result = evaluator->selectRows(0, 5000);
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    for (const auto& result : results) {
+        EXPECT_EQ(result, expected);
+    }
 }
 
 template <typename T>
