@@ -114,6 +114,14 @@ void baselineAnd(benchmark::State& state) {
 }
 BENCHMARK(baselineAnd)->Unit(benchmark::kMillisecond);
 
+// The same without the short-circuit branch, which mispredicts on random data.
+void baselineAndWithoutBranch(benchmark::State& state) {
+    const std::int32_t* regions = dataSet()->getColumnAtIndex(0)->getStringIndices()->data();
+    const double* sales = dataSet()->getColumnAtIndex(1)->getNumbers()->data();
+    handWrittenLoop(state, [regions, sales](std::uint32_t row) { return (regions[row] == EAST) & (sales[row] > 500); });
+}
+BENCHMARK(baselineAndWithoutBranch)->Unit(benchmark::kMillisecond);
+
 // --- The compiled evaluator, compiled anew in every iteration ----------------------------------------
 
 void evaluatorBatches(benchmark::State& state, const std::shared_ptr<AbstractWhereClauseExpression>& clause) {
