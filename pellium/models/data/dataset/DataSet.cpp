@@ -642,8 +642,9 @@ std::shared_ptr<RowIndexSet> DataSet::filter(
     return getRowIndicesThatEvaluateToState(whereClause, true);
 }
 
-std::shared_ptr<DataSet> DataSet::filterDataset(const std::shared_ptr<const DataSet>& dataSet,
-                                                const std::shared_ptr<const AbstractWhereClauseExpression>& whereClause) {
+std::shared_ptr<DataSet> DataSet::filterDataset(
+    const std::shared_ptr<const DataSet>& dataSet,
+    const std::shared_ptr<const AbstractWhereClauseExpression>& whereClause) {
     if (!dataSet) {
         return nullptr;
     }

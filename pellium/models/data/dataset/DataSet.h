@@ -218,8 +218,9 @@ public:
     std::shared_ptr<RowIndexSet> filter(const std::shared_ptr<const AbstractWhereClauseExpression>& whereClause) const;
     /// A new data set of the rows of `dataSet` that `whereClause` selects, as
     /// getSubsetDefinedBySpecifiedIndices makes it. Null for a null data set.
-    static std::shared_ptr<DataSet> filterDataset(const std::shared_ptr<const DataSet>& dataSet,
-                                                  const std::shared_ptr<const AbstractWhereClauseExpression>& whereClause);
+    static std::shared_ptr<DataSet> filterDataset(
+        const std::shared_ptr<const DataSet>& dataSet,
+        const std::shared_ptr<const AbstractWhereClauseExpression>& whereClause);
     /// The rows for which `whereClause` evaluates to `state`: the selected rows for true, the
     /// others for false.
     std::shared_ptr<RowIndexSet> getRowIndicesThatEvaluateToState(
