@@ -628,11 +628,21 @@ const std::span<const CaseMapping> lowerCaseLetters = LOWER_CASE_LETTERS;
 const std::span<const SymbolWeight> symbolWeights = SYMBOL_WEIGHTS;
 const std::span<const char16_t> ignorableCharacters = IGNORABLE_CHARACTERS;
 const std::string_view latinRootOrder =
-    "aȺɐɑɒbʙƀɓƃcȼƈɕdȸʥʤɖɗƌȡeɇǝəɛɘɚɜɝɞʚɤfʩƒgɡɢǥɠʛɣƣhʜƕɦɧiıɪɨɩjȷɉʝɟʄkƙʞlʪʫʟƚɫɬɭȴɮƛʎmɱnɴɲƞɳȵŋoɶɔɵɷȣpƥɸqȹʠɋĸrʀɍɹɺɻɼɽɾɿʁsʂȿʃ"
-    "ƪʅʆtʨƾʧŧȾƫƭʈȶʇuʉɥʮʯɯɰʊvʋʌwʍxyʏɏƴȝzƍƶȥʐʑɀʒƹƺʓþƿƻƨƽƅʔɂʕʡʢʖǀǁǂǃʗʘʬʭ";
-const std::string_view greekRootOrder = "αβγδεϝͷϛζͱηθιϳκϗλμνξοπϻϟϙρϼσͼͻͽτυφχψωϡͳϸϣϥϧϩϫϭϯ";
+    "aȺɐɑɒbʙƀɓƃcȼƈɕdȸʥʤɖɗƌȡeɇǝəɛɘɚɜ"
+    "ɝɞʚɤfʩƒgɡɢǥɠʛɣƣhʜƕɦɧiıɪɨɩjȷɉʝɟ"
+    "ʄkƙʞlʪʫʟƚɫɬɭȴɮƛʎmɱnɴɲƞɳȵŋoɶɔɵɷ"
+    "ȣpƥɸqȹʠɋĸrʀɍɹɺɻɼɽɾɿʁsʂȿʃ"
+    "ƪʅʆtʨƾʧŧȾƫƭʈȶʇuʉɥʮʯɯɰʊvʋʌwʍxyʏ"
+    "ɏƴȝzƍƶȥʐʑɀʒƹƺʓþƿƻƨƽƅʔɂʕʡʢʖǀǁǂǃ"
+    "ʗʘʬʭ";
+const std::string_view greekRootOrder =
+    "αβγδεϝͷϛζͱηθιϳκϗλμνξοπϻϟϙρϼσͼͻ"
+    "ͽτυφχψωϡͳϸϣϥϧϩϫϭϯ";
 const std::string_view cyrillicRootOrder =
-    "аәӕбвгғӻҕӷдԁђԃҙеєжԫҗзԅԑѕӡԇиҋійјкқӄҡҟҝԟԛлӆԯԓԡљԉԕмӎнԩӊңӈԣҥњԋоөпԥҧҁрҏԗсԍҫтԏҭћуүұѹфхӽӿҳһԧѡѿѽѻцҵчԭҷӌҹҽҿџшщъыьҍѣэюяԙ"
+    "аәӕбвгғӻҕӷдԁђԃҙеєжԫҗзԅԑѕӡԇиҋій"
+    "јкқӄҡҟҝԟԛлӆԯԓԡљԉԕмӎнԩӊңӈԣҥњԋоө"
+    "пԥҧҁрҏԗсԍҫтԏҭћуүұѹфхӽӿҳһԧѡѿѽѻц"
+    "ҵчԭҷӌҹҽҿџшщъыьҍѣэюяԙ"
     "ѥѧѫѩѭѯѱѳѵҩԝӏ";
 const std::span<const std::u16string_view> markOrder = MARK_ORDER;
 

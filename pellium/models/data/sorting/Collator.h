@@ -10,8 +10,8 @@
 
 namespace pellium {
 
-/// Orders texts as a reader of a language expects, not by their bytes: "apple" < "Äpfel" <
-/// "Banana" for a German reader, "zebra" < "ärlig" for a Swedish one. Sorts of texts by locale
+/// Orders texts as a reader of a language expects, not by their bytes: "Ärger" < "arm" < "Zorn"
+/// for a German reader (bytewise "Ärger" comes last), "zebra" < "ärlig" for a Swedish one. Sorts of texts by locale
 /// build one sort key per distinct text with it and then compare keys bytewise.
 ///
 /// The collation has three levels, each deciding only when the ones before are equal:
