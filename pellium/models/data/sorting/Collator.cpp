@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <unordered_map>
 
 #include "pellium/models/data/sorting/CollationData.h"
@@ -42,6 +43,7 @@ constexpr char32_t MARK_DOT_ABOVE = 0x0307;
 constexpr char32_t MIDDLE_DOT = 0x00B7;
 
 constexpr std::uint8_t SECONDARY_COMMON = 0x05;
+constexpr std::uint8_t SECONDARY_ETH = 0x0F;
 constexpr std::uint8_t SECONDARY_FIRST_MARK = 0x10;
 constexpr std::uint8_t SECONDARY_OTHER_MARK = 0xF0;
 constexpr std::uint8_t TERTIARY_COMMON = 0x05;
@@ -207,6 +209,8 @@ struct TailoringRules {
     bool upperFirst = false;
     bool turkishCasing = false;
     std::array<Script, SCRIPT_COUNT> scriptOrder{LATIN, GREEK, CYRILLIC};
+    // Accents compare from the end of the text ("coté" < "côte"), as Canadian French reads them.
+    bool backwardsSecondary = false;
 };
 
 constexpr TailoringRules TAILORING_RULES[] = {
@@ -225,6 +229,7 @@ constexpr TailoringRules TAILORING_RULES[] = {
     {"uk", "&г<ґ&і<ї", false, false, {CYRILLIC, LATIN, GREEK}},
     {"ru", "", false, false, {CYRILLIC, LATIN, GREEK}},
     {"el", "", false, false, {GREEK, LATIN, CYRILLIC}},
+    {"fr_CA", "", false, false, {LATIN, GREEK, CYRILLIC}, true},
 };
 
 struct Collator::Tailoring {
@@ -243,6 +248,7 @@ struct Collator::Tailoring {
     std::string_view language;
     bool upperFirst = false;
     bool turkishCasing = false;
+    bool backwardsSecondary = false;
     std::array<std::uint32_t, SCRIPT_COUNT> scriptGroups{};
     // Sorted by the base of the first unit.
     std::vector<Entry> entries;
@@ -274,7 +280,10 @@ private:
 };
 
 Collator::Tailoring::Tailoring(const TailoringRules& rules)
-    : language(rules.language), upperFirst(rules.upperFirst), turkishCasing(rules.turkishCasing) {
+    : language(rules.language),
+      upperFirst(rules.upperFirst),
+      turkishCasing(rules.turkishCasing),
+      backwardsSecondary(rules.backwardsSecondary) {
     for (std::size_t rank = 0; rank < SCRIPT_COUNT; ++rank) {
         scriptGroups[rules.scriptOrder[rank]] = GROUP_FIRST_SCRIPT + static_cast<std::uint32_t>(rank);
     }
@@ -641,8 +650,13 @@ void Collator::Tailoring::appendElements(std::span<const Unit> units, std::vecto
             } else {
                 std::uint8_t variantRank = 0;
                 const std::uint32_t primary = getRootPrimary(unit.base, variantRank);
+                // Eth is one element, d with an accent weight of its own below every mark's.
+                const bool isEth = unit.markCount > 0 && unit.marks[0] == MARK_ETH;
+                if (isEth) {
+                    consumedMarks = 1;
+                }
                 elements.push_back(
-                    {primary, SECONDARY_COMMON,
+                    {primary, isEth ? SECONDARY_ETH : SECONDARY_COMMON,
                      static_cast<std::uint8_t>(getCaseTertiary(unit.upper, false, unit.variant) + variantRank)});
             }
         }
@@ -667,10 +681,14 @@ std::shared_ptr<const Collator> Collator::create(std::string_view locale) {
         }
         return made;
     }();
+    // The rules of the locale itself ("fr_CA"), else those of its language ("fr").
+    const std::string localeName = LocaleNames::normalize(locale).value_or("");
     const std::string language = LocaleNames::getLanguage(locale);
-    for (const auto& collator : *collators) {
-        if (collator->getLanguage() == language) {
-            return collator;
+    for (const std::string& wanted : {localeName, language}) {
+        for (const auto& collator : *collators) {
+            if (!wanted.empty() && collator->getLanguage() == wanted) {
+                return collator;
+            }
         }
     }
     return collators->front();
@@ -695,8 +713,12 @@ void Collator::appendSortKey(std::string_view text, std::string& key) const {
         }
     }
     key.push_back('\0');
+    const std::size_t secondaryStart = key.size();
     for (const Element& element : elements) {
         key.push_back(static_cast<char>(element.secondary));
+    }
+    if (tailoring_->backwardsSecondary) {
+        std::reverse(key.begin() + static_cast<std::ptrdiff_t>(secondaryStart), key.end());
     }
     key.push_back('\0');
     for (const Element& element : elements) {

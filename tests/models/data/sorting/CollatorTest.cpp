@@ -399,7 +399,7 @@ TEST_P(CollatorOracleTest, OrdersRandomTextsAsIcu) {
 
 INSTANTIATE_TEST_SUITE_P(Locales, CollatorOracleTest,
                          testing::Values("en", "de", "fr", "it", "nl", "pt", "cs", "da", "nb", "fi", "sv", "es", "pl",
-                                         "ro", "tr", "hu", "uk", "ru", "el"));
+                                         "ro", "tr", "hu", "uk", "ru", "el", "fr_CA", "sv_SE", "de_AT"));
 
 }  // namespace
 }  // namespace pellium
