@@ -1,0 +1,100 @@
+// Turns the JSON lines of every engine into the comparison table, printed and written as Markdown:
+//   node report.mjs OUTPUT.md MACHINE.txt RESULTS.jsonl...
+// For each workload: the median of the runs of every engine, and how many times libPellium's
+// median it is (above 1, libPellium is faster).
+import { readFileSync, writeFileSync } from 'node:fs';
+
+const [output, machineFile, ...resultFiles] = process.argv.slice(2);
+
+const WORKLOADS = [
+    ['load_csv', 'load the data from the CSV file'],
+    ['load_stream', 'load the data set from its stream form (in memory)'],
+    ['filter', "filter region = 'East' AND sales > 500, count the rows"],
+    ['group_by', 'group by region x year: SUM and FREQUENCY of sales'],
+    ['crosstab', 'crosstab region x year, SUM and FREQUENCY, with row, column and grand totals'],
+    ['crosstab_sorted', 'the same crosstab sorted by the SUM total descending'],
+    ['count_distinct', 'COUNT_DISTINCT of product per region'],
+    ['format_date', '1,000,000 dates as DATE9. text'],
+    ['format_datetime', '1,000,000 date-times as DATETIME20. text'],
+    ['tz_offsets', '1,000,000 UTC offsets in 20 zones'],
+];
+
+const results = resultFiles.flatMap((file) => readFileSync(file, 'utf8').split('\n').filter((line) => line.trim())
+    .map((line) => JSON.parse(line)));
+
+function median(values) {
+    const sorted = [...values].sort((left, right) => left - right);
+    const middle = Math.floor(sorted.length / 2);
+    return sorted.length % 2 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2;
+}
+
+const integer = new Intl.NumberFormat('en-US', { maximumFractionDigits: 0 });
+const decimal = new Intl.NumberFormat('en-US', { maximumFractionDigits: 2 });
+
+function formatMilliseconds(ms) {
+    return ms >= 100 ? integer.format(ms) : ms.toPrecision(3);
+}
+
+function status(result) {
+    if (result.unavailable) {
+        return result.unavailable;
+    }
+    return result.error ? `failed: ${result.error}` : null;
+}
+
+const isPellium = (result) => result.engine === 'libPellium';
+const lines = [];
+const summary = [];
+for (const [workload, title] of WORKLOADS) {
+    const entries = results.filter((result) => result.workload === workload)
+        .map((result) => ({ ...result, median: result.ms ? median(result.ms) : null }))
+        .sort((left, right) => (isPellium(right) - isPellium(left)) || left.engine.localeCompare(right.engine) ||
+            (right.threads - left.threads) || (left.median ?? Infinity) - (right.median ?? Infinity));
+    if (entries.length === 0) {
+        continue;
+    }
+    const pellium = entries.find((result) => isPellium(result) && result.median !== null);
+    lines.push(`### ${title}`, '', '| engine | threads | rows | median ms | × libPellium | check | how |',
+        '|---|--:|--:|--:|--:|--:|---|');
+    for (const entry of entries) {
+        const stopped = status(entry);
+        const ratio = stopped || !pellium ? '—' : isPellium(entry) ? '1' : decimal.format(entry.median / pellium.median);
+        const rows = entry.rows ? integer.format(entry.rows) : '';
+        const check = entry.check === undefined || entry.check === null ? '' : decimal.format(entry.check);
+        lines.push(`| ${entry.engine} | ${entry.threads ?? ''} | ${rows} | ${stopped ?? formatMilliseconds(entry.median)}` +
+            ` | ${ratio} | ${check} | ${entry.detail ?? ''} |`);
+    }
+    lines.push('');
+    const measured = entries.filter((entry) => entry.median !== null);
+    const fastest = measured.reduce((best, entry) => (!best || entry.median < best.median ? entry : best), null);
+    const peersAhead = pellium ? measured.filter((entry) => !isPellium(entry) && entry.median < pellium.median) : [];
+    summary.push(`| ${title} | ${pellium ? formatMilliseconds(pellium.median) : status(entries.find(isPellium) ?? {}) ?? '—'}` +
+        ` | ${fastest && !isPellium(fastest) ? `${fastest.engine} (${fastest.threads} thr.), ${formatMilliseconds(fastest.median)}` : ''}` +
+        ` | ${!pellium ? '—' : peersAhead.length === 0 ? 'yes' : `no: ${peersAhead.map((entry) => `${entry.engine} (${entry.threads} thr.)`).join(', ')}`} |`);
+}
+
+const machine = readFileSync(machineFile, 'utf8').trim();
+const document = [
+    '# libPellium side by side with other engines',
+    '',
+    'Made by `bench/compare/run` (see [README.md](README.md)). Times are medians of the runs of each workload;',
+    '"× libPellium" is the engine\'s median divided by libPellium\'s (above 1, libPellium is faster). "check" is',
+    'what each run answered (a row count, a sum, a number of cells or of characters), so that engines that did',
+    'the same work show the same figure.',
+    '',
+    '## Machine',
+    '',
+    machine,
+    '',
+    '## Summary',
+    '',
+    '| workload | libPellium ms | fastest peer, ms | libPellium leads |',
+    '|---|--:|---|---|',
+    ...summary,
+    '',
+    '## Every engine',
+    '',
+    ...lines,
+].join('\n');
+writeFileSync(output, document + '\n');
+process.stdout.write(document + '\n');
