@@ -14,13 +14,26 @@ const WORKLOADS = [
     ['crosstab', 'crosstab region x year, SUM and FREQUENCY, with row, column and grand totals'],
     ['crosstab_sorted', 'the same crosstab sorted by the SUM total descending'],
     ['count_distinct', 'COUNT_DISTINCT of product per region'],
-    ['format_date', '1,000,000 dates as DATE9. text'],
-    ['format_datetime', '1,000,000 date-times as DATETIME20. text'],
-    ['tz_offsets', '1,000,000 UTC offsets in 20 zones'],
+    ['format_date', '{values} dates as DATE9. text'],
+    ['format_datetime', '{values} date-times as DATETIME20. text'],
+    ['tz_offsets', '{values} UTC offsets in 20 zones'],
 ];
 
-const results = resultFiles.flatMap((file) => readFileSync(file, 'utf8').split('\n').filter((line) => line.trim())
+const lines = resultFiles.flatMap((file) => readFileSync(file, 'utf8').split('\n').filter((line) => line.trim())
     .map((line) => JSON.parse(line)));
+// A peer that crashed is recorded once, as workload "*": it is the result of every workload of
+// the table that the peer did not report before it died.
+const crashes = lines.filter((result) => result.workload === '*');
+const results = lines.filter((result) => result.workload !== '*');
+for (const crash of crashes) {
+    for (const [workload] of WORKLOADS) {
+        const reported = results.some((result) => result.workload === workload && result.engine === crash.engine &&
+            result.threads === crash.threads);
+        if (!reported) {
+            results.push({ ...crash, workload });
+        }
+    }
+}
 
 function median(values) {
     const sorted = [...values].sort((left, right) => left - right);
@@ -43,9 +56,9 @@ function status(result) {
 }
 
 const isPellium = (result) => result.engine === 'libPellium';
-const lines = [];
+const table = [];
 const summary = [];
-for (const [workload, title] of WORKLOADS) {
+for (const [workload, titleTemplate] of WORKLOADS) {
     const entries = results.filter((result) => result.workload === workload)
         .map((result) => ({ ...result, median: result.ms ? median(result.ms) : null }))
         .sort((left, right) => (isPellium(right) - isPellium(left)) || left.engine.localeCompare(right.engine) ||
@@ -54,17 +67,18 @@ for (const [workload, title] of WORKLOADS) {
         continue;
     }
     const pellium = entries.find((result) => isPellium(result) && result.median !== null);
-    lines.push(`### ${title}`, '', '| engine | threads | rows | median ms | × libPellium | check | how |',
+    const title = titleTemplate.replace('{values}', integer.format(Math.max(...entries.map((entry) => entry.rows ?? 0))));
+    table.push(`### ${title}`, '', '| engine | threads | rows | median ms | × libPellium | check | how |',
         '|---|--:|--:|--:|--:|--:|---|');
     for (const entry of entries) {
         const stopped = status(entry);
         const ratio = stopped || !pellium ? '—' : isPellium(entry) ? '1' : decimal.format(entry.median / pellium.median);
         const rows = entry.rows ? integer.format(entry.rows) : '';
         const check = entry.check === undefined || entry.check === null ? '' : decimal.format(entry.check);
-        lines.push(`| ${entry.engine} | ${entry.threads ?? ''} | ${rows} | ${stopped ?? formatMilliseconds(entry.median)}` +
+        table.push(`| ${entry.engine} | ${entry.threads || 'default'} | ${rows} | ${stopped ?? formatMilliseconds(entry.median)}` +
             ` | ${ratio} | ${check} | ${entry.detail ?? ''} |`);
     }
-    lines.push('');
+    table.push('');
     const measured = entries.filter((entry) => entry.median !== null);
     const fastest = measured.reduce((best, entry) => (!best || entry.median < best.median ? entry : best), null);
     const peersAhead = pellium ? measured.filter((entry) => !isPellium(entry) && entry.median < pellium.median) : [];
@@ -94,7 +108,7 @@ const document = [
     '',
     '## Every engine',
     '',
-    ...lines,
+    ...table,
 ].join('\n');
 writeFileSync(output, document + '\n');
 process.stdout.write(document + '\n');
