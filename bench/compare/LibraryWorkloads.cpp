@@ -1,8 +1,7 @@
 // The formatting and time-zone workloads done by the libraries a C++ developer would otherwise
 // use: ICU's SimpleDateFormat, the C library's strftime and localtime_r, and Howard Hinnant's
-// date library. Each writes the same texts or answers the same offsets as libPellium's rows:
-// DATE9. is day, month abbreviation and year ("05JAN2020"), DATETIME20. adds the time
-// ("05JAN2020:13:45:12"); the libraries write the month in mixed case, which costs the same.
+// date library. They write what DATE9. writes, day, month abbreviation and year ("05Jan2020"),
+// and for date-times add the time ("05Jan2020:13:45:12"); they answer the offsets in seconds.
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>

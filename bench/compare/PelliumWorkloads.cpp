@@ -193,8 +193,9 @@ struct Crosstab {
         }
         std::int32_t sumColumns = 0;
         for (std::int32_t index = 0; index < table->getNumberOfColumns(); ++index) {
+            // "sales" is the total of the years, "sales|2015" the first year.
             const auto& name = table->getColumnAtIndex(index)->getName();
-            sumColumns += name && name->starts_with("sales|") ? 1 : 0;
+            sumColumns += name && (*name == "sales" || name->starts_with("sales|")) ? 1 : 0;
         }
         return static_cast<double>(table->getNumberOfRows()) * sumColumns;
     }
