@@ -30,6 +30,9 @@ void Report::writeHead(std::string_view workload, std::string_view engine) {
 
 void Report::measure(std::string_view workload, std::string_view engine, std::string_view detail,
                      std::uint64_t rowCount, const Run& run) {
+    if (!wants(workload)) {
+        return;
+    }
     std::vector<double> milliseconds;
     double check = 0;
     try {
@@ -58,6 +61,9 @@ void Report::measure(std::string_view workload, std::string_view engine, std::st
 }
 
 void Report::unavailable(std::string_view workload, std::string_view engine, std::string_view reason) {
+    if (!wants(workload)) {
+        return;
+    }
     writeHead(workload, engine);
     output_ << ",\"unavailable\":" << jsonString(reason) << "}\n" << std::flush;
 }

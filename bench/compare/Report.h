@@ -18,6 +18,8 @@ struct Context {
     /// How many values the formatting and time-zone workloads convert.
     std::uint64_t valueCount = 1'000'000;
     int runs = 5;
+    /// When not empty, the only workload timed (for profiling one); the others are left out.
+    std::string onlyWorkload;
 };
 
 /// One timed run of a workload. It answers a check value that every engine computing the same
@@ -38,6 +40,10 @@ public:
     void unavailable(std::string_view workload, std::string_view engine, std::string_view reason);
 
     const Context& context() const { return context_; }
+    /// Whether `workload` is timed in this run.
+    bool wants(std::string_view workload) const {
+        return context_.onlyWorkload.empty() || context_.onlyWorkload == workload;
+    }
 
 private:
     void writeHead(std::string_view workload, std::string_view engine);

@@ -1,8 +1,9 @@
 // The native side of the engine comparison (see README.md beside this file):
 //
 //   compare_workloads generate ROWS FILE       writes the sales table as CSV
-//   compare_workloads run FILE ROWS RUNS [pellium|libraries]
-//                                              times the workloads on that file, one JSON line each
+//   compare_workloads run FILE ROWS RUNS [pellium|libraries|all [WORKLOAD]]
+//                                              times the workloads on that file, one JSON line each;
+//                                              with WORKLOAD only that one (to profile it)
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -18,7 +19,7 @@ namespace {
 int usage() {
     std::fputs(
         "usage: compare_workloads generate ROWS FILE\n"
-        "       compare_workloads run FILE ROWS RUNS [pellium|libraries]\n",
+        "       compare_workloads run FILE ROWS RUNS [pellium|libraries|all [WORKLOAD]]\n",
         stderr);
     return 2;
 }
@@ -44,7 +45,7 @@ int main(int argc, char** argv) {
         }
         return 0;
     }
-    if (command == "run" && (argc == 5 || argc == 6)) {
+    if (command == "run" && argc >= 5 && argc <= 7) {
         compare::Context context;
         context.csvPath = argv[2];
         std::uint64_t runs = 0;
@@ -53,12 +54,13 @@ int main(int argc, char** argv) {
         }
         context.runs = static_cast<int>(runs);
         context.valueCount = std::min<std::uint64_t>(context.valueCount, context.rowCount);
-        const std::string_view only = argc == 6 ? argv[5] : "";
+        const std::string_view engines = argc >= 6 ? argv[5] : "all";
+        context.onlyWorkload = argc == 7 ? argv[6] : "";
         compare::Report report(context, std::cout);
-        if (only.empty() || only == "pellium") {
+        if (engines == "all" || engines == "pellium") {
             compare::addPelliumWorkloads(report);
         }
-        if (only.empty() || only == "libraries") {
+        if (engines == "all" || engines == "libraries") {
             compare::addLibraryWorkloads(report);
         }
         return 0;
