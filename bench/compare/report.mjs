@@ -83,12 +83,16 @@ for (const [workload, titleTemplate] of WORKLOADS) {
             ` | ${ratio} | ${check} | ${entry.detail ?? ''} |`);
     }
     table.push('');
-    const measured = entries.filter((entry) => entry.median !== null);
-    const fastest = measured.reduce((best, entry) => (!best || entry.median < best.median ? entry : best), null);
-    const peersAhead = pellium ? measured.filter((entry) => !isPellium(entry) && entry.median < pellium.median) : [];
-    summary.push(`| ${title} | ${pellium ? formatMilliseconds(pellium.median) : status(entries.find(isPellium) ?? {}) ?? '—'}` +
-        ` | ${fastest && !isPellium(fastest) ? `${fastest.engine} (${fastest.threads} thr.), ${formatMilliseconds(fastest.median)}` : ''}` +
-        ` | ${!pellium ? '—' : peersAhead.length === 0 ? 'yes' : `no: ${peersAhead.map((entry) => `${entry.engine} (${entry.threads} thr.)`).join(', ')}`} |`);
+    const fastestPeer = entries.filter((entry) => !isPellium(entry) && entry.median !== null)
+        .reduce((best, entry) => (!best || entry.median < best.median ? entry : best), null);
+    const peersAhead = pellium ? entries.filter((entry) => !isPellium(entry) && entry.median !== null &&
+        entry.median < pellium.median) : [];
+    const describe = (entry) => `${entry.engine} (${entry.threads} thr.)`;
+    const pelliumCell = pellium ? formatMilliseconds(pellium.median) : status(entries.find(isPellium) ?? {}) ?? '—';
+    const peerCell = !fastestPeer ? '—' : `${describe(fastestPeer)}: ${formatMilliseconds(fastestPeer.median)}` +
+        (pellium ? ` (× ${decimal.format(fastestPeer.median / pellium.median)})` : '');
+    const leads = !pellium ? '—' : peersAhead.length === 0 ? 'yes' : `no: ${peersAhead.map(describe).join(', ')}`;
+    summary.push(`| ${title} | ${pelliumCell} | ${peerCell} | ${leads} |`);
 }
 
 const machine = readFileSync(machineFile, 'utf8').trim();
@@ -98,7 +102,7 @@ const document = [
     'Made by `bench/compare/run` (see [README.md](README.md)). Times are medians of the runs of each workload;',
     '"× libPellium" is the engine\'s median divided by libPellium\'s (above 1, libPellium is faster). "check" is',
     'what each run answered (a row count, a sum, a number of cells or of characters), so that engines that did',
-    'the same work show the same figure.',
+    'the same work show the same figure; where they differ by design, README.md ("Reading the checks") says why.',
     '',
     '## Machine',
     '',
@@ -106,7 +110,7 @@ const document = [
     '',
     '## Summary',
     '',
-    '| workload | libPellium ms | fastest peer, ms | libPellium leads |',
+    '| workload | libPellium ms | fastest peer: ms (× libPellium) | libPellium leads |',
     '|---|--:|---|---|',
     ...summary,
     '',
