@@ -236,11 +236,9 @@ void addCrosstabWorkloads(Report& report, const std::shared_ptr<pellium::DataSet
     report.unavailable("crosstab_sorted", ENGINE,
                        std::string(NOT_YET_BUILT) + ": the member sort context of hierarchies");
 
-    const auto product = dataSet->getColumnWithName("product");
-    const auto region = dataSet->getColumnWithName("region");
+    dataSet->getColumnWithName("product")->setAggregation(pellium::StatisticType::COUNT_DISTINCT);
     report.measure(
         "count_distinct", ENGINE, "HierarchyDataSet by region, COUNT_DISTINCT aggregators of product", rowCount, [&] {
-            product->setAggregation(pellium::StatisticType::COUNT_DISTINCT);
             const auto regions = singleLevelHierarchy(*dataSet, "region");
             const auto byRegion = pellium::HierarchyDataSet::create({regions}, {text("product")});
             byRegion->setDataSet(dataSet);
