@@ -854,9 +854,7 @@ bool Column::readStreamForm(SerialReader& reader, const std::shared_ptr<const St
     if (depth >= MAXIMUM_STREAM_NESTING) {
         return false;
     }
-    for (const auto& subColumn : *aggregated->getSubColumns()) {
-        aggregated->setColumnForAggregation(nullptr, subColumn->getAggregation());
-    }
+    aggregated->removeAllSubColumns();
     std::shared_ptr<std::vector<std::shared_ptr<Column>>> subColumns;
     if (!reader.readSharedObjectVector(subColumns, [&](std::shared_ptr<Column>& subColumn) {
             return unserialize(reader, subColumn, stringTable, depth + 1);

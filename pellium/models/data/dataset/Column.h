@@ -213,8 +213,10 @@ public:
     // --- Stream form -----------------------------------------------------------------------------
     // A column travels as "V", 1, "a" for null or "g", its class byte and its body: the attributes,
     // the numbers, the string indices, the usage, the row count and the summary. A partially
-    // aggregated column appends its sub-columns. Per-row texts do not travel: they come from the
-    // data set's string table, so explicit texts (setStrings, setStringAtIndex) are not written.
+    // aggregated column appends its sub-columns, which are keyed by their own aggregation when
+    // read back. Per-row texts do not travel: they come from the data set's string table, so
+    // explicit texts (setStrings, setStringAtIndex) are not written. The summary travels as it
+    // stands, with its flag; a total given by setTotal travels as the summary's total.
 
     static constexpr std::uint8_t COLUMN_CLASS_BYTE = 0xC0;
     static constexpr std::uint8_t PARTIALLY_AGGREGATED_COLUMN_CLASS_BYTE = 0xC1;
