@@ -5,6 +5,7 @@
 // stream, as data sets arrive from servers.
 
 #include <benchmark/benchmark.h>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <random>
@@ -12,6 +13,10 @@
 #include <streambuf>
 #include <string>
 #include <vector>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
 
 #include "pellium/models/data/dataset/DataSet.h"
 #include "pellium/serializers/MemoryInputStream.h"
@@ -119,6 +124,26 @@ void memcpyIntoFreshMemory(benchmark::State& state) {
     setBytesProcessed(state, bytes.size());
 }
 BENCHMARK(memcpyIntoFreshMemory)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+#ifdef __linux__
+// Baseline: the same into fresh memory advised for transparent huge pages before it is touched,
+// which takes one page fault per 2 MiB instead of one per 4 KiB.
+void memcpyIntoFreshHugePageMemory(benchmark::State& state) {
+    const std::string& bytes = streamBytes();
+    constexpr std::size_t hugePage = 2 << 20;
+    const std::size_t size = (bytes.size() + hugePage - 1) / hugePage * hugePage;
+    for (auto _ : state) {
+        void* target = std::aligned_alloc(hugePage, size);
+        ::madvise(target, size, MADV_HUGEPAGE);
+        std::memcpy(target, bytes.data(), bytes.size());
+        benchmark::DoNotOptimize(target);
+        benchmark::ClobberMemory();
+        std::free(target);
+    }
+    setBytesProcessed(state, bytes.size());
+}
+BENCHMARK(memcpyIntoFreshHugePageMemory)->Unit(benchmark::kMillisecond)->UseRealTime();
+#endif
 
 void serializeDataSet(benchmark::State& state) {
     const std::size_t size = streamBytes().size();
