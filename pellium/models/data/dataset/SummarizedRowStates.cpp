@@ -95,40 +95,42 @@ bool SummarizedRowStates::setPercentSelectedOnlyAtSpecifiedIndices(const Fractio
 }
 
 // Sets the fractions of `rows` (a row for which `fractionOfRow` has none keeps its own), and with
-// `exclusive` clears every other row; then the selected flags follow the fractions.
+// `exclusive` clears every other row; then the flags of the rows whose fraction changed follow.
+// Without `exclusive` only the members of `rows` are visited.
 bool SummarizedRowStates::assignFractions(const RowIndexSet& rows, bool exclusive, const auto& fractionOfRow) {
     Fractions& all = fractions();
-    bool changed = false;
+    RowIndexSet nowSelected;
+    RowIndexSet nowUnselected;
     const auto assign = [&](std::size_t row, float fraction) {
         if (all[row] != fraction) {
             all[row] = fraction;
-            changed = true;
+            (fraction > 0.0f ? nowSelected : nowUnselected).insert(static_cast<std::uint32_t>(row));
         }
     };
-    auto member = rows.begin();
-    for (std::size_t row = 0; row < all.size(); ++row) {
-        const bool isMember = member != rows.end() && *member == row;
-        if (isMember) {
-            ++member;
-            if (const std::optional<float> fraction = fractionOfRow(static_cast<std::uint32_t>(row))) {
-                assign(row, clampFraction(*fraction));
+    const auto assignMember = [&](std::uint32_t row) {
+        if (const std::optional<float> fraction = fractionOfRow(row)) {
+            assign(row, clampFraction(*fraction));
+        }
+    };
+    if (exclusive) {
+        auto member = rows.begin();
+        for (std::size_t row = 0; row < all.size(); ++row) {
+            if (member != rows.end() && *member == row) {
+                assignMember(*member++);
+            } else {
+                assign(row, 0.0f);
             }
-        } else if (exclusive) {
-            assign(row, 0.0f);
-        } else if (member == rows.end()) {
-            break;  // no member left to assign
+        }
+    } else {
+        for (auto member = rows.begin(); member != rows.end() && *member < all.size(); ++member) {
+            assignMember(*member);
         }
     }
-    if (!changed) {
+    if (nowSelected.empty() && nowUnselected.empty()) {
         return false;
     }
-    RowIndexSet partlySelected;
-    for (std::size_t row = 0; row < all.size(); ++row) {
-        if (all[row] > 0.0f) {
-            partlySelected.emplace_hint(partlySelected.end(), static_cast<std::uint32_t>(row));
-        }
-    }
-    assignValueExclusivelyAtSpecifiedIndices(true, false, selectedFlags(), selectedSet(), partlySelected);
+    assignValueToStatesAtSpecifiedIndices(true, selectedFlags(), selectedSet(), nowSelected);
+    assignValueToStatesAtSpecifiedIndices(false, selectedFlags(), selectedSet(), nowUnselected);
     return announceSelectionChange(true);
 }
 
