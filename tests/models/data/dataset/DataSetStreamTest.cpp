@@ -440,6 +440,35 @@ TEST(DataSetStreamTest, RowStatesThatDisagreeWithThemselvesFail) {
     EXPECT_FALSE(reads(bytes));
 }
 
+// Row states that claim more rows than the data set has are carried for the rows it has; the
+// claim alone makes nothing of its size.
+TEST(DataSetStreamTest, RowStatesClaimingOtherRowsAreFittedToTheDataSet) {
+    Bytes states;
+    states.mark('g').raw(0xA1).nullString();
+    states.version().mark('e').mark('c').mark('U').int32(2).mark('S').int32(1).int32(0x7FFFFFF0).mark('T');
+    states.nullString().nullShared().taggedInt32('c', 0x7FFFFFFF).nullShared();
+    MemoryInputStream alone(states.str());
+    std::shared_ptr<RowStates> readStates;
+    ASSERT_TRUE(RowStates::unserialize(alone, readStates));
+    EXPECT_EQ(readStates->getNumberOfRows(), 0x7FFFFFFF);
+    EXPECT_EQ(readStates->getNumberOfSelectedIndices(), 2u);
+
+    const auto dataSet = DataSet::create(false, true);
+    dataSet->setColumns(std::make_shared<DataSet::ColumnList>(DataSet::ColumnList{numericColumn("n", {1, 2, 3})}));
+    dataSet->selectRows({0});
+    std::string bytes = written(dataSet);
+    Bytes original;
+    original.mark('g').raw(0xA1);
+    const auto at = bytes.find(original.str());
+    ASSERT_NE(at, std::string::npos);
+    bytes.replace(at, std::string::npos, states.str());
+    bytes += Bytes().taggedInt32('b', 3).taggedBool('c', false).taggedBool('c', true).taggedDouble('b', 0).str();
+    const auto back = read(bytes);
+    ASSERT_TRUE(back);
+    EXPECT_EQ(back->getRowStates()->getNumberOfRows(), 3);
+    EXPECT_EQ(*back->getRowStates()->getSelectedIndices(), RowIndexSet{1});
+}
+
 TEST(DataSetStreamTest, NestingOfPartiallyAggregatedColumnsIsBounded) {
     const auto nested = [](int levels) {
         std::shared_ptr<Column> inner = numericColumn("leaf", {1});
