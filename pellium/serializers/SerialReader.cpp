@@ -1,8 +1,13 @@
 #include "pellium/serializers/SerialReader.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <istream>
 #include <string>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
 
 namespace pellium {
 
@@ -97,6 +102,23 @@ bool SerialReader::readBytes(void* destination, std::size_t size) {
 bool SerialReader::fitsInRemainingBytes(std::size_t count, std::size_t bytesPerElement) const {
     // Counts are below 2^31 and elements at most 8 bytes, so the product cannot overflow.
     return !knowsLength_ || static_cast<std::uint64_t>(count) * bytesPerElement <= *remainingBytes();
+}
+
+void SerialReader::adviseLargeStorage([[maybe_unused]] void* storage, [[maybe_unused]] std::size_t bytes) {
+#ifdef __linux__
+    constexpr std::uintptr_t hugePage = std::uintptr_t{2} << 20;
+    if (bytes < 2 * hugePage) {
+        return;
+    }
+    // Only the whole huge pages inside the storage are advised; the advice is a hint, so a
+    // refusal changes nothing.
+    const auto start = reinterpret_cast<std::uintptr_t>(storage);
+    const std::uintptr_t first = (start + hugePage - 1) & ~(hugePage - 1);
+    const std::uintptr_t last = (start + bytes) & ~(hugePage - 1);
+    if (first < last) {
+        ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+    }
+#endif
 }
 
 std::size_t SerialReader::nextBulkElementCount(std::size_t wanted, std::size_t alreadyRead,
