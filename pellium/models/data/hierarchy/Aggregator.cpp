@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <istream>
+#include <iterator>
 #include <ostream>
 #include <sstream>
 
@@ -13,6 +15,42 @@
 
 namespace pellium {
 
+namespace {
+
+bool textLess(const SharedString& left, const SharedString& right) {
+    return *left < *right;
+}
+
+// -0 and 0 are one distinct value.
+double canonical(double number) {
+    return number == 0 ? 0.0 : number;
+}
+
+template <typename Set, typename Value, typename Less>
+void insertSorted(Set& set, const Value& value, Less less) {
+    const auto position = std::lower_bound(set.begin(), set.end(), value, less);
+    if (position == set.end() || less(value, *position)) {
+        set.insert(position, value);
+    }
+}
+
+template <typename Set, typename Less>
+void unionSorted(Set& target, const Set& source, Less less) {
+    if (source.empty()) {
+        return;
+    }
+    if (target.empty()) {
+        target = source;
+        return;
+    }
+    Set merged;
+    merged.reserve(target.size() + source.size());
+    std::set_union(target.begin(), target.end(), source.begin(), source.end(), std::back_inserter(merged), less);
+    target.swap(merged);
+}
+
+}  // namespace
+
 std::shared_ptr<Aggregator> Aggregator::create(bool countDistinct) {
     return std::make_shared<Aggregator>(Token{}, countDistinct);
 }
@@ -22,10 +60,10 @@ std::shared_ptr<Aggregator> Aggregator::create(const Aggregator& other) {
     copy->values_ = other.values_;
     copy->first_ = other.first_ ? DataValue::create(*other.first_) : nullptr;
     if (other.distinctNumbers_) {
-        copy->distinctNumbers_ = std::make_unique<std::set<double>>(*other.distinctNumbers_);
+        copy->distinctNumbers_ = std::make_unique<NumberSet>(*other.distinctNumbers_);
     }
     if (other.distinctStrings_) {
-        copy->distinctStrings_ = std::make_unique<std::set<SharedString, TextLess>>(*other.distinctStrings_);
+        copy->distinctStrings_ = std::make_unique<TextSet>(*other.distinctStrings_);
     }
     return copy;
 }
@@ -40,13 +78,13 @@ int Aggregator::getWrapperTypeId() const {
 
 void Aggregator::ensureDistinctNumbers() {
     if (!distinctNumbers_) {
-        distinctNumbers_ = std::make_unique<std::set<double>>();
+        distinctNumbers_ = std::make_unique<NumberSet>();
     }
 }
 
 void Aggregator::ensureDistinctStrings() {
     if (!distinctStrings_) {
-        distinctStrings_ = std::make_unique<std::set<SharedString, TextLess>>();
+        distinctStrings_ = std::make_unique<TextSet>();
     }
 }
 
@@ -66,7 +104,7 @@ void Aggregator::aggregate(double value, std::uint32_t count, std::uint32_t miss
             values_.missingSeen = true;
         } else {
             ensureDistinctNumbers();
-            distinctNumbers_->insert(value);
+            insertSorted(*distinctNumbers_, canonical(value), std::less<double>());
         }
     }
     if (isMissing) {
@@ -90,7 +128,7 @@ void Aggregator::aggregate(const SharedString& text, std::int32_t index, std::ui
     }
     if (countDistinct_) {
         ensureDistinctStrings();
-        distinctStrings_->insert(text);
+        insertSorted(*distinctStrings_, text, textLess);
     }
     values_.count += count;
     values_.missingCount += missingCount;
@@ -116,11 +154,11 @@ void Aggregator::aggregate(const Aggregator& other) {
     if (countDistinct_ && other.countDistinct_) {
         if (other.distinctNumbers_) {
             ensureDistinctNumbers();
-            distinctNumbers_->insert(other.distinctNumbers_->begin(), other.distinctNumbers_->end());
+            unionSorted(*distinctNumbers_, *other.distinctNumbers_, std::less<double>());
         }
         if (other.distinctStrings_) {
             ensureDistinctStrings();
-            distinctStrings_->insert(other.distinctStrings_->begin(), other.distinctStrings_->end());
+            unionSorted(*distinctStrings_, *other.distinctStrings_, textLess);
         }
     }
 }
@@ -201,16 +239,30 @@ SharedString Aggregator::getStringValue() const {
 }
 
 void Aggregator::addDistinctNumber(double number) {
-    if (countDistinct_) {
+    if (countDistinct_ && !std::isnan(number)) {
         ensureDistinctNumbers();
-        distinctNumbers_->insert(number);
+        insertSorted(*distinctNumbers_, canonical(number), std::less<double>());
     }
+}
+
+void Aggregator::addDistinctNumbers(std::vector<double> numbers) {
+    if (!countDistinct_) {
+        return;
+    }
+    std::erase_if(numbers, [](double number) { return std::isnan(number); });
+    for (double& number : numbers) {
+        number = canonical(number);
+    }
+    std::sort(numbers.begin(), numbers.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    ensureDistinctNumbers();
+    unionSorted(*distinctNumbers_, numbers, std::less<double>());
 }
 
 void Aggregator::addDistinctString(const SharedString& text) {
     if (countDistinct_ && text) {
         ensureDistinctStrings();
-        distinctStrings_->insert(text);
+        insertSorted(*distinctStrings_, text, textLess);
     }
 }
 
@@ -228,13 +280,13 @@ std::string Aggregator::getDescription() const {
 // --- Stream form -----------------------------------------------------------------------------------
 
 bool Aggregator::writeBody(SerialWriter& writer) const {
-    std::shared_ptr<std::vector<double>> numbers;
+    std::shared_ptr<const std::vector<double>> numbers;
     if (distinctNumbers_) {
-        numbers = std::make_shared<std::vector<double>>(distinctNumbers_->begin(), distinctNumbers_->end());
+        numbers = std::make_shared<std::vector<double>>(*distinctNumbers_);
     }
     std::shared_ptr<SharedStringVector> texts;
     if (distinctStrings_) {
-        texts = std::make_shared<SharedStringVector>(distinctStrings_->begin(), distinctStrings_->end());
+        texts = std::make_shared<SharedStringVector>(*distinctStrings_);
     }
     return writer.writePrimitive(SerialMarks::TAG_B, countDistinct_) &&
            writer.writePrimitive(SerialMarks::TAG_B, values_.count) &&
@@ -273,13 +325,20 @@ bool Aggregator::readBody(SerialReader& reader) {
     distinctNumbers_.reset();
     distinctStrings_.reset();
     if (numbers) {
-        distinctNumbers_ = std::make_unique<std::set<double>>(numbers->begin(), numbers->end());
+        // The stream is not trusted to be sorted, unique or free of NaN.
+        distinctNumbers_ = std::make_unique<NumberSet>();
+        addDistinctNumbers(std::move(*numbers));
     }
     if (texts) {
         ensureDistinctStrings();
-        for (const SharedString& text : *texts) {
-            distinctStrings_->insert(StringUtilities::internString(text ? text : std::make_shared<std::string>()));
+        for (SharedString& text : *texts) {
+            text = StringUtilities::internString(text ? text : std::make_shared<std::string>());
         }
+        std::sort(texts->begin(), texts->end(), textLess);
+        texts->erase(std::unique(texts->begin(), texts->end(),
+                                 [](const SharedString& left, const SharedString& right) { return *left == *right; }),
+                     texts->end());
+        *distinctStrings_ = std::move(*texts);
     }
     return true;
 }

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -122,9 +121,11 @@ public:
             ensureDistinctNumbers();
         }
     }
-    /// Records a distinct number or text; ignored unless distinct values are tracked.
+    /// Records a distinct number or text; ignored unless distinct values are tracked (and for NaN).
     void addDistinctNumber(double number);
     void addDistinctString(const SharedString& text);
+    /// Records many distinct numbers at once.
+    void addDistinctNumbers(std::vector<double> numbers);
 
     // --- Stream form -----------------------------------------------------------------------------
     // Version mark, the distinct-value setting ("b" bool), count, missing count, sum, min, max
@@ -141,10 +142,10 @@ private:
     static constexpr double kNaN = __builtin_nan("");
     static constexpr double kLargest = 1.7976931348623157e308;
 
-    struct TextLess {
-        using is_transparent = void;
-        bool operator()(const SharedString& left, const SharedString& right) const { return *left < *right; }
-    };
+    // The distinct values are kept as sorted vectors: merging two is one linear pass, and the
+    // values of a leaf arrive in bulk from the tree builder.
+    using NumberSet = std::vector<double>;
+    using TextSet = std::vector<SharedString>;
 
     bool writeBody(SerialWriter& writer) const;
     bool readBody(SerialReader& reader);
@@ -154,8 +155,8 @@ private:
     bool countDistinct_;
     RunningValues values_;
     std::shared_ptr<DataValue> first_;
-    std::unique_ptr<std::set<double>> distinctNumbers_;
-    std::unique_ptr<std::set<SharedString, TextLess>> distinctStrings_;
+    std::unique_ptr<NumberSet> distinctNumbers_;
+    std::unique_ptr<TextSet> distinctStrings_;
 };
 
 }  // namespace pellium

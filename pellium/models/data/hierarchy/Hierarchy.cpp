@@ -246,8 +246,14 @@ bool Hierarchy::updateDisplay(const std::shared_ptr<const DataSet>& dataSet) {
     }
     request.rows = selected;
     request.numberOfRows = dataSet->getNumberOfRows();
+    request.keepRowIndices = false;
     setDisplay(HierarchyTreeBuilder::build(request).root, static_cast<std::int32_t>(currentLevelIndex_));
     return true;
+}
+
+void Hierarchy::installDisplay(const std::shared_ptr<const DataSet>& dataSet, std::shared_ptr<DataTreeNode> tree) {
+    displayDataSet_ = dataSet;
+    setDisplay(std::move(tree), static_cast<std::int32_t>(currentLevelIndex_));
 }
 
 void Hierarchy::rebuildDisplay() {
@@ -348,14 +354,23 @@ Hierarchy::NodeList Hierarchy::getNodesAtLevel(std::uint32_t depth) const {
     return display_->getChildNodesAtLevel(depth);
 }
 
+bool Hierarchy::hasLevelBelowDepth(std::uint32_t depth) const {
+    return std::size_t{currentLevelIndex_} + depth < levels_.size();
+}
+
+// The display root's children are always shown; deeper nodes only below an expanded parent.
+bool Hierarchy::isShown(const std::shared_ptr<DataTreeNode>& node) {
+    const auto parent = node->getParent();
+    return !parent || parent->isRoot() || !parent->isCollapsed();
+}
+
 bool Hierarchy::canExpandAll(std::uint32_t depth) const {
-    if (fromRelational_ || std::size_t{depth} + 1 == levels_.size()) {
+    if (fromRelational_ || !hasLevelBelowDepth(depth)) {
         return false;
     }
     const NodeList nodes = getNodesAtLevel(depth);
     return std::any_of(nodes.begin(), nodes.end(), [](const auto& node) {
-        const auto parent = node->getParent();
-        return (!parent || !parent->isCollapsed()) && node->isCollapsed() && !node->isAllOthers();
+        return isShown(node) && node->isCollapsed() && !node->isAllOthers();
     });
 }
 
@@ -372,14 +387,11 @@ void Hierarchy::expandAll(std::uint32_t depth) {
 }
 
 bool Hierarchy::canCollapseAll(std::uint32_t depth) const {
-    if (fromRelational_ || std::size_t{depth} + 1 == levels_.size()) {
+    if (fromRelational_ || !hasLevelBelowDepth(depth)) {
         return false;
     }
     const NodeList nodes = getNodesAtLevel(depth);
-    return std::any_of(nodes.begin(), nodes.end(), [](const auto& node) {
-        const auto parent = node->getParent();
-        return (!parent || !parent->isCollapsed()) && !node->isCollapsed();
-    });
+    return std::any_of(nodes.begin(), nodes.end(), [](const auto& node) { return isShown(node) && !node->isCollapsed(); });
 }
 
 void Hierarchy::collapseAll(std::uint32_t depth) {

@@ -115,6 +115,9 @@ public:
     /// <name> is missing a column for hierarchy level <level>." and keeps the display, answering
     /// false. A null data set clears the display. Later drills rebuild from the same data set.
     bool updateDisplay(const std::shared_ptr<const DataSet>& dataSet);
+    /// Installs a display tree that the owner classified from `dataSet` along with its own tree
+    /// (for a hierarchy that is not drilled); later drills rebuild from `dataSet`.
+    void installDisplay(const std::shared_ptr<const DataSet>& dataSet, std::shared_ptr<DataTreeNode> tree);
 
     const NodeList& getExpandedNodes() const { return expandedNodes_; }
     /// The paths of the expanded members, which survive rebuilds.
@@ -133,6 +136,8 @@ public:
     bool collapseAtPath(const Path& formattedValues);
     /// The display tree's nodes at depth `depth`.
     NodeList getNodesAtLevel(std::uint32_t depth) const;
+    /// Whether some shown, collapsed node at `depth` (a level lies below it) can be expanded; never
+    /// for a relational hierarchy. The display root's children are always shown.
     bool canExpandAll(std::uint32_t depth) const;
     void expandAll(std::uint32_t depth);
     bool canCollapseAll(std::uint32_t depth) const;
@@ -153,6 +158,8 @@ private:
     bool writeBody(SerialWriter& writer) const;
     bool readBody(SerialReader& reader);
     bool isExpandable(const std::shared_ptr<const DataTreeNode>& node) const;
+    bool hasLevelBelowDepth(std::uint32_t depth) const;
+    static bool isShown(const std::shared_ptr<DataTreeNode>& node);
     void drillOneLevel(const std::shared_ptr<DataValue>& value);
     void rebuildDisplay();
     void forgetExpandedNodes();

@@ -216,9 +216,6 @@ void HierarchyDataSet::setDataSet(const std::shared_ptr<DataSet>& dataSet) {
     }
     attach(dataSet);
     buildDataTree();
-    for (const auto& hierarchy : hierarchies_) {
-        hierarchy->updateDisplay(dataSet_);
-    }
 }
 
 void HierarchyDataSet::attach(const std::shared_ptr<DataSet>& dataSet) {
@@ -268,6 +265,19 @@ std::vector<std::size_t> HierarchyDataSet::builtLevelCounts() const {
 void HierarchyDataSet::buildDataTree() {
     HierarchyTreeBuilder::Request request;
     treeLevelCounts_ = builtLevelCounts();
+    // The display tree of a hierarchy that is not drilled classifies by its levels, all of which are
+    // in the tree: it is made in the same pass. Drilled hierarchies build theirs from their rows.
+    std::vector<std::size_t> displayedInPass;
+    std::size_t firstLevel = 0;
+    for (std::size_t index = 0; index < hierarchies_.size(); ++index) {
+        const Hierarchy& hierarchy = *hierarchies_[index];
+        if (hierarchy.getCurrentLevelIndex() == 0 && treeLevelCounts_[index] == hierarchy.getNumberOfLevels() &&
+            hierarchy.getNumberOfLevels() > 0) {
+            request.displayRanges.emplace_back(firstLevel, treeLevelCounts_[index]);
+            displayedInPass.push_back(index);
+        }
+        firstLevel += treeLevelCounts_[index];
+    }
     std::size_t position = 0;
     for (std::size_t index = 0; index < hierarchies_.size(); ++index) {
         const auto& levels = hierarchies_[index]->getLevels();
@@ -278,6 +288,9 @@ void HierarchyDataSet::buildDataTree() {
             if (!classificationColumns_[position]) {
                 logMissingLevelColumn(*dataSet_, *levels[level]);
                 dataTreeRoot_ = DataTreeNode::createRoot();
+                for (const auto& hierarchy : hierarchies_) {
+                    hierarchy->updateDisplay(dataSet_);
+                }
                 return;
             }
             request.levelColumns.push_back(classificationColumns_[position]);
@@ -296,6 +309,15 @@ void HierarchyDataSet::buildDataTree() {
     auto result = HierarchyTreeBuilder::build(request);
     dataTreeRoot_ = std::move(result.root);
     hadFatalDataError_ = result.hadFatalDataError;
+    for (std::size_t index = 0; index < hierarchies_.size(); ++index) {
+        const auto found = std::find(displayedInPass.begin(), displayedInPass.end(), index);
+        if (found != displayedInPass.end()) {
+            hierarchies_[index]->installDisplay(
+                dataSet_, result.displayTrees[static_cast<std::size_t>(found - displayedInPass.begin())]);
+        } else {
+            hierarchies_[index]->updateDisplay(dataSet_);
+        }
+    }
 }
 
 std::shared_ptr<Hierarchy> HierarchyDataSet::getHierarchyForName(std::string_view name) const {

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <mutex>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -17,6 +18,7 @@
 #include "pellium/models/data/dataset/PartiallyAggregatedColumn.h"
 #include "pellium/models/data/hierarchy/Aggregator.h"
 #include "pellium/models/data/tree/DataTreeNode.h"
+#include "pellium/models/data/tree/PendingRowIndices.h"
 #include "pellium/resources/logging/Logger.h"
 
 namespace pellium {
@@ -103,6 +105,7 @@ public:
     }
 
     std::size_t size() const { return size_; }
+    bool isList() const { return isList_; }
     std::int32_t operator[](std::size_t position) const {
         return isList_ ? selected_[position] : static_cast<std::int32_t>(position);
     }
@@ -244,40 +247,154 @@ struct LevelNodes {
     }
 };
 
-// Replaces each row's parent node number by its node number at the next level. A dense table of
-// (parent, member) pairs serves while it stays small next to the rows; otherwise a hash map.
-LevelNodes foldLevel(std::vector<std::uint32_t>& nodeOfPosition, std::size_t parentCount, const LevelCodes& level,
-                     const RowSource& rows) {
-    LevelNodes nodes;
-    const std::uint64_t memberCount = std::max<std::size_t>(level.texts.size(), 1);
-    const std::uint64_t pairs = parentCount * memberCount;
-    const std::uint64_t denseLimit = std::max<std::uint64_t>(
-        std::uint64_t{1} << 16, std::min<std::uint64_t>(rows.size() * 2, std::uint64_t{1} << 25));
-    if (pairs <= denseLimit) {
-        std::vector<std::uint32_t> nodeOfPair(pairs, NO_CODE);
-        for (std::size_t position = 0; position < rows.size(); ++position) {
-            const std::uint32_t parentNode = nodeOfPosition[position];
-            const std::uint32_t memberCode = level.codes[position];
-            std::uint32_t& node = nodeOfPair[parentNode * memberCount + memberCode];
-            if (node == NO_CODE) [[unlikely]] {
-                node = nodes.add(parentNode, memberCode, rows[position]);
+// The members of one level column: a code per distinct formatted text. A column with a string table
+// is keyed by string index, each index resolved to its member once; any other column gets its codes
+// per row up front (a numeric column formats each distinct number once).
+class MemberCodes {
+public:
+    MemberCodes(const Column& column, const RowSource& rows) : column_(column) {
+        const auto& indices = column.getStringIndices();
+        const auto& table = column.getResolvedStringTable();
+        if (column.getDataType() == DataType::STRING && indices && table) {
+            indices_ = indices->data();
+            table_ = table.get();
+            codeOfIndex_.assign(table->size(), NO_CODE);
+            codeOfToken_.fill(NO_CODE);
+            return;
+        }
+        LevelCodes level = encodeLevel(column, rows);
+        codes_ = std::move(level.codes);
+        precomputedTexts_ = std::move(level.texts);
+    }
+
+    bool isKeyedByIndex() const { return indices_ != nullptr; }
+    /// The number of keys: table entries, or member codes.
+    std::size_t keyCount() const { return indices_ ? table_->size() : precomputedTexts_.size(); }
+    const std::int32_t* indices() const { return indices_; }
+    const std::uint32_t* codes() const { return codes_.data(); }
+
+    /// The member code of a table index (REQUIRES: within the table).
+    std::uint32_t codeOfIndex(std::int32_t index) {
+        std::uint32_t& code = codeOfIndex_[static_cast<std::size_t>(index)];
+        if (code == NO_CODE) {
+            code = dictionary_.codeFor(DataValue::formatStringValue((*table_)[static_cast<std::size_t>(index)], index));
+        }
+        return code;
+    }
+    /// The member code of a row whose index is outside the table (a token code or an explicit text).
+    std::uint32_t codeOfOtherRow(std::int32_t row) {
+        const std::int32_t index = indices_[row];
+        if (index < 0 && index >= -100) {
+            std::uint32_t& cached = codeOfToken_[static_cast<std::size_t>(-index)];
+            if (cached == NO_CODE) {
+                cached = dictionary_.codeFor(formattedStringCell(column_, row));
             }
-            nodeOfPosition[position] = node;
+            return cached;
         }
-        return nodes;
+        return dictionary_.codeFor(formattedStringCell(column_, row));
     }
-    CodeMap nodeOfPair(parentCount);
-    for (std::size_t position = 0; position < rows.size(); ++position) {
-        const std::uint32_t parentNode = nodeOfPosition[position];
-        const std::uint32_t memberCode = level.codes[position];
-        std::uint32_t& node = nodeOfPair.find((std::uint64_t{parentNode} << 32) | memberCode);
+    const std::vector<SharedString>& texts() const { return indices_ ? dictionary_.texts() : precomputedTexts_; }
+
+private:
+    const Column& column_;
+    const std::int32_t* indices_ = nullptr;
+    const std::vector<SharedString>* table_ = nullptr;
+    std::vector<std::uint32_t> codeOfIndex_;
+    std::array<std::uint32_t, 101> codeOfToken_{};
+    MemberDictionary dictionary_;
+    std::vector<std::uint32_t> codes_;
+    std::vector<SharedString> precomputedTexts_;
+};
+
+// One level's step from a parent node to the child a row falls into, making the child when it is
+// new. (parent, key) pairs are looked up in a dense parent-major table while it stays small, else in
+// a hash map; a pair seen for the first time is resolved to its member, so that two keys that
+// format alike lead to the same child.
+class LevelClassifier {
+public:
+    explicit LevelClassifier(MemberCodes& members)
+        : members_(members),
+          keyCount_(static_cast<std::uint32_t>(members.keyCount())),
+          width_(std::max<std::size_t>(members.keyCount(), 1)) {
+        dense_ = width_ <= DENSE_LIMIT;
+    }
+
+    [[gnu::always_inline]] std::uint32_t childOf(std::uint32_t parent, std::int32_t row, std::size_t position,
+                                                 LevelNodes& nodes) {
+        std::uint32_t key;
+        if (members_.isKeyedByIndex()) {
+            const std::int32_t index = members_.indices()[row];
+            if (static_cast<std::uint32_t>(index) >= keyCount_) [[unlikely]] {
+                return memberChild(parent, members_.codeOfOtherRow(row), row, nodes);
+            }
+            key = static_cast<std::uint32_t>(index);
+        } else {
+            key = members_.codes()[position];
+        }
+        if (dense_) {
+            const std::size_t slot = std::size_t{parent} * width_ + key;
+            if (slot < nodeOfPair_.size() || growDenseTable(parent)) [[likely]] {
+                std::uint32_t& node = nodeOfPair_[slot];
+                if (node == NO_CODE) [[unlikely]] {
+                    node = memberChild(parent, codeOfKey(key), row, nodes);
+                }
+                return node;
+            }
+        }
+        return mappedChild(parent, key, row, nodes);
+    }
+
+private:
+    static constexpr std::size_t DENSE_LIMIT = std::size_t{1} << 24;
+
+    std::uint32_t codeOfKey(std::uint32_t key) {
+        return members_.isKeyedByIndex() ? members_.codeOfIndex(static_cast<std::int32_t>(key)) : key;
+    }
+
+    [[gnu::noinline]] std::uint32_t mappedChild(std::uint32_t parent, std::uint32_t key, std::int32_t row,
+                                                LevelNodes& nodes) {
+        std::uint32_t& node = nodeOfPairMap_.find((std::uint64_t{parent} << 32) | key);
         if (node == NO_CODE) {
-            node = nodes.add(parentNode, memberCode, rows[position]);
+            node = memberChild(parent, codeOfKey(key), row, nodes);
         }
-        nodeOfPosition[position] = node;
+        return node;
     }
-    return nodes;
-}
+
+    [[gnu::noinline]] std::uint32_t memberChild(std::uint32_t parent, std::uint32_t code, std::int32_t row,
+                                                LevelNodes& nodes) {
+        std::uint32_t& node = nodeOfMember_.find((std::uint64_t{parent} << 32) | code);
+        if (node == NO_CODE) {
+            node = nodes.add(parent, code, row);
+        }
+        return node;
+    }
+
+    // Grows the dense table to hold `parent`'s row; when it would pass the limit, moves its pairs
+    // to the hash map and answers false.
+    [[gnu::noinline]] bool growDenseTable(std::uint32_t parent) {
+        const std::size_t parents = std::max<std::size_t>(std::size_t{parent} + 1, nodeOfPair_.size() / width_ * 2);
+        if (parents * width_ <= DENSE_LIMIT) {
+            nodeOfPair_.resize(parents * width_, NO_CODE);
+            return true;
+        }
+        for (std::size_t slot = 0; slot < nodeOfPair_.size(); ++slot) {
+            if (nodeOfPair_[slot] != NO_CODE) {
+                nodeOfPairMap_.find(((slot / width_) << 32) | (slot % width_)) = nodeOfPair_[slot];
+            }
+        }
+        nodeOfPair_ = {};
+        dense_ = false;
+        return false;
+    }
+
+    MemberCodes& members_;
+    std::uint32_t keyCount_;
+    std::size_t width_;
+    bool dense_ = true;
+    std::vector<std::uint32_t> nodeOfPair_;
+    CodeMap nodeOfPairMap_;
+    CodeMap nodeOfMember_;
+};
 
 std::shared_ptr<DataValue> memberValue(const Column& column, std::int32_t row, const SharedString& formattedValue) {
     if (column.getDataType() == DataType::STRING) {
@@ -389,15 +506,16 @@ void aggregateNumbers(const RowSource& rows, const std::vector<std::uint32_t>& l
     }
 }
 
-// The distinct numbers of each leaf, for COUNT_DISTINCT.
+// The distinct numbers of each leaf, for COUNT_DISTINCT. The numbers get dense codes first, so
+// that (leaf, number) pairs can be ticked off in a bitmap while it stays small.
 template <typename Values>
 std::vector<std::vector<double>> collectDistinctNumbers(const RowSource& rows,
                                                         const std::vector<std::uint32_t>& leafOfPosition, Values values,
                                                         std::size_t leafCount) {
     std::vector<std::vector<double>> distinct(leafCount);
+    std::vector<std::uint32_t> codeOfPosition(rows.size(), NO_CODE);
+    std::vector<double> numberOfCode;
     CodeMap codeOfNumber;
-    CodeMap seenPairs;
-    std::uint32_t nextCode = 0;
     for (std::size_t position = 0; position < rows.size(); ++position) {
         double value = values(rows[position]);
         if (std::isnan(value) || value == DataTokens::SPARSE_NUMERIC || value == DataTokens::SUPPRESSED_NUMERIC) {
@@ -406,13 +524,35 @@ std::vector<std::vector<double>> collectDistinctNumbers(const RowSource& rows,
         value = value == 0 ? 0.0 : value;  // -0 and 0 are one value
         std::uint32_t& code = codeOfNumber.find(std::bit_cast<std::uint64_t>(value));
         if (code == NO_CODE) {
-            code = nextCode++;
+            code = static_cast<std::uint32_t>(numberOfCode.size());
+            numberOfCode.push_back(value);
+        }
+        codeOfPosition[position] = code;
+    }
+    const std::uint64_t width = numberOfCode.size();
+    const bool useBitmap = width * leafCount <= (std::uint64_t{1} << 30);
+    std::vector<std::uint64_t> seenBits(useBitmap ? (width * leafCount + 63) / 64 : 0, 0);
+    CodeMap seenPairs;
+    for (std::size_t position = 0; position < rows.size(); ++position) {
+        const std::uint32_t code = codeOfPosition[position];
+        if (code == NO_CODE) {
+            continue;
         }
         const std::uint32_t leaf = leafOfPosition[position];
-        std::uint32_t& seen = seenPairs.find((std::uint64_t{leaf} << 32) | code);
-        if (seen == NO_CODE) {
+        bool isNew;
+        if (useBitmap) {
+            const std::uint64_t bit = leaf * width + code;
+            std::uint64_t& word = seenBits[bit / 64];
+            const std::uint64_t mask = std::uint64_t{1} << (bit % 64);
+            isNew = (word & mask) == 0;
+            word |= mask;
+        } else {
+            std::uint32_t& seen = seenPairs.find((std::uint64_t{leaf} << 32) | code);
+            isNew = seen == NO_CODE;
             seen = 1;
-            distinct[leaf].push_back(value);
+        }
+        if (isNew) {
+            distinct[leaf].push_back(numberOfCode[code]);
         }
     }
     return distinct;
@@ -540,9 +680,7 @@ std::shared_ptr<Aggregator> makeAggregator(const MeasureSummaries& summaries, st
         aggregator->setRunningValues(values);
     }
     if (leaf < summaries.distinctNumbers.size()) {
-        for (const double number : summaries.distinctNumbers[leaf]) {
-            aggregator->addDistinctNumber(number);
-        }
+        aggregator->addDistinctNumbers(summaries.distinctNumbers[leaf]);
     }
     if (leaf < summaries.distinctStrings.size()) {
         for (const SharedString& text : summaries.distinctStrings[leaf]) {
@@ -587,34 +725,76 @@ std::int32_t usableRowCount(const HierarchyTreeBuilder::Request& request) {
 
 }  // namespace
 
-HierarchyTreeBuilder::Result HierarchyTreeBuilder::build(const Request& request) {
-    Result result;
-    const RowSource rows(request.rows, usableRowCount(request));
+namespace {
 
-    // Classify: one node number per row and level, the last being the leaf.
-    std::vector<std::uint32_t> nodeOfPosition(rows.size(), 0);
-    std::vector<LevelCodes> levels;
-    std::vector<LevelNodes> levelNodes;
-    std::size_t parentCount = 1;
-    for (const auto& column : request.levelColumns) {
-        levels.push_back(encodeLevel(*column, rows));
-        levelNodes.push_back(foldLevel(nodeOfPosition, parentCount, levels.back(), rows));
-        parentCount = levelNodes.back().parent.size();
-        levels.back().codes = {};  // the codes are folded in; keep only the texts
+// The leaf of every classified row, expanded into the leaves' row vectors on first request: one
+// counting pass and one scattered write per row, paid only by whoever needs the rows.
+class RecordedLeafRows : public PendingRowIndices {
+public:
+    RecordedLeafRows(const RowSource& rows, std::vector<std::uint32_t> leafOfPosition,
+                     const std::vector<std::shared_ptr<DataTreeNode>>& leaves)
+        : leafOfPosition_(std::move(leafOfPosition)) {
+        rows_.reserve(rows.isList() ? rows.size() : 0);
+        if (rows.isList()) {
+            for (std::size_t position = 0; position < rows.size(); ++position) {
+                rows_.push_back(rows[position]);
+            }
+        }
+        leaves_.assign(leaves.begin(), leaves.end());
     }
 
-    // Make the nodes, level by level, each parent's children in the order rows reach them.
-    result.root = DataTreeNode::createRoot();
-    std::vector<std::shared_ptr<DataTreeNode>> parents{result.root};
-    for (std::size_t level = 0; level < levels.size(); ++level) {
-        const LevelNodes& nodes = levelNodes[level];
-        const Column& column = *request.levelColumns[level];
-        const Column* sortOnRaw =
-            level < request.sortOnRawColumns.size() ? request.sortOnRawColumns[level].get() : nullptr;
+    void materialize() override {
+        std::call_once(once_, [this] {
+            std::vector<std::size_t> rowsPerLeaf(leaves_.size(), 0);
+            for (const std::uint32_t leaf : leafOfPosition_) {
+                ++rowsPerLeaf[leaf];
+            }
+            std::vector<std::shared_ptr<DataTreeNode::RowIndexVector>> vectors(leaves_.size());
+            for (std::size_t leaf = 0; leaf < leaves_.size(); ++leaf) {
+                vectors[leaf] = std::make_shared<DataTreeNode::RowIndexVector>();
+                vectors[leaf]->reserve(rowsPerLeaf[leaf]);
+            }
+            for (std::size_t position = 0; position < leafOfPosition_.size(); ++position) {
+                const auto row = rows_.empty() ? static_cast<std::int32_t>(position) : rows_[position];
+                vectors[leafOfPosition_[position]]->push_back(row);
+            }
+            for (std::size_t leaf = 0; leaf < leaves_.size(); ++leaf) {
+                if (const auto node = leaves_[leaf].lock()) {
+                    node->setRowIndexVector(std::move(vectors[leaf]));
+                }
+            }
+            leafOfPosition_ = {};
+            rows_ = {};
+        });
+    }
+
+private:
+    std::once_flag once_;
+    std::vector<std::uint32_t> leafOfPosition_;
+    std::vector<std::int32_t> rows_;
+    std::vector<std::weak_ptr<DataTreeNode>> leaves_;
+};
+
+}  // namespace
+
+namespace {
+
+// Makes the nodes of levels [0, levelNodes.size()) below a new root, each parent's children in the
+// order rows reach them; answers the nodes of the last level.
+std::vector<std::shared_ptr<DataTreeNode>> makeNodes(const std::shared_ptr<DataTreeNode>& root,
+                                                     const std::vector<const LevelNodes*>& levelNodes,
+                                                     const std::vector<const Column*>& columns,
+                                                     const std::vector<const MemberCodes*>& members,
+                                                     const std::vector<const Column*>& sortOnRawColumns) {
+    std::vector<std::shared_ptr<DataTreeNode>> parents{root};
+    for (std::size_t level = 0; level < levelNodes.size(); ++level) {
+        const LevelNodes& nodes = *levelNodes[level];
+        const auto& texts = members[level]->texts();
+        const Column* sortOnRaw = level < sortOnRawColumns.size() ? sortOnRawColumns[level] : nullptr;
         std::vector<std::shared_ptr<DataTreeNode>> made(nodes.parent.size());
         for (std::size_t number = 0; number < made.size(); ++number) {
-            const SharedString& text = levels[level].texts[nodes.code[number]];
-            auto node = DataTreeNode::create(text, memberValue(column, nodes.firstRow[number], text));
+            const SharedString& text = texts[nodes.code[number]];
+            auto node = DataTreeNode::create(text, memberValue(*columns[level], nodes.firstRow[number], text));
             if (sortOnRaw) {
                 node->setSortOnRawValue(sortOnRaw->getDataValueAtIndex(nodes.firstRow[number], false));
             }
@@ -623,28 +803,104 @@ HierarchyTreeBuilder::Result HierarchyTreeBuilder::build(const Request& request)
         }
         parents = std::move(made);
     }
-    // Without rows a tree with levels has no leaf to give aggregators to.
-    if (!levels.empty() && rows.size() == 0) {
-        return result;
-    }
-    const std::vector<std::shared_ptr<DataTreeNode>>& leaves = parents;
+    return parents;
+}
 
-    if (request.keepRowIndices) {
-        std::vector<std::size_t> rowsPerLeaf(leaves.size(), 0);
-        for (const std::uint32_t leaf : nodeOfPosition) {
-            ++rowsPerLeaf[leaf];
+}  // namespace
+
+HierarchyTreeBuilder::Result HierarchyTreeBuilder::build(const Request& request) {
+    Result result;
+    const RowSource rows(request.rows, usableRowCount(request));
+    const std::size_t levelCount = request.levelColumns.size();
+
+    std::vector<std::unique_ptr<MemberCodes>> members;
+    std::vector<LevelClassifier> classifiers;
+    std::vector<LevelNodes> levelNodes(levelCount);
+    for (const auto& column : request.levelColumns) {
+        members.push_back(std::make_unique<MemberCodes>(*column, rows));
+        classifiers.emplace_back(*members.back());
+    }
+    // Display trees of levels further down are classified separately, over the same members.
+    struct SeparateTree {
+        std::size_t firstLevel;
+        std::vector<LevelClassifier> classifiers;
+        std::vector<LevelNodes> levelNodes;
+    };
+    std::vector<SeparateTree> separateTrees;
+    for (const auto& [firstLevel, count] : request.displayRanges) {
+        if (firstLevel > 0 && firstLevel + count <= levelCount && count > 0) {
+            SeparateTree tree{firstLevel, {}, std::vector<LevelNodes>(count)};
+            for (std::size_t level = firstLevel; level < firstLevel + count; ++level) {
+                tree.classifiers.emplace_back(*members[level]);
+            }
+            separateTrees.push_back(std::move(tree));
         }
-        std::vector<std::shared_ptr<DataTreeNode::RowIndexVector>> rowVectors(leaves.size());
-        for (std::size_t leaf = 0; leaf < leaves.size(); ++leaf) {
-            rowVectors[leaf] = std::make_shared<DataTreeNode::RowIndexVector>();
-            rowVectors[leaf]->reserve(rowsPerLeaf[leaf]);
+    }
+
+    // One pass: each row walks its levels through small tables to its leaf.
+    std::vector<std::uint32_t> leafOfPosition(rows.size(), 0);
+    for (std::size_t position = 0; position < rows.size(); ++position) {
+        const std::int32_t row = rows[position];
+        std::uint32_t node = 0;
+        for (std::size_t level = 0; level < levelCount; ++level) {
+            node = classifiers[level].childOf(node, row, position, levelNodes[level]);
         }
-        for (std::size_t position = 0; position < rows.size(); ++position) {
-            rowVectors[nodeOfPosition[position]]->push_back(rows[position]);
+        leafOfPosition[position] = node;
+        for (auto& tree : separateTrees) {
+            std::uint32_t displayNode = 0;
+            for (std::size_t level = 0; level < tree.classifiers.size(); ++level) {
+                displayNode = tree.classifiers[level].childOf(displayNode, row, position, tree.levelNodes[level]);
+            }
         }
-        for (std::size_t leaf = 0; leaf < leaves.size(); ++leaf) {
-            leaves[leaf]->setRowIndexVector(std::move(rowVectors[leaf]));
+    }
+
+    std::vector<const Column*> columns;
+    std::vector<const MemberCodes*> memberList;
+    std::vector<const LevelNodes*> nodeList;
+    std::vector<const Column*> sortOnRawColumns;
+    for (std::size_t level = 0; level < levelCount; ++level) {
+        columns.push_back(request.levelColumns[level].get());
+        memberList.push_back(members[level].get());
+        nodeList.push_back(&levelNodes[level]);
+        sortOnRawColumns.push_back(level < request.sortOnRawColumns.size() ? request.sortOnRawColumns[level].get()
+                                                                           : nullptr);
+    }
+    result.root = DataTreeNode::createRoot();
+    const std::vector<std::shared_ptr<DataTreeNode>> leaves =
+        makeNodes(result.root, nodeList, columns, memberList, sortOnRawColumns);
+
+    // Display trees: a range from the first level shares the classification above.
+    for (const auto& [firstLevel, count] : request.displayRanges) {
+        auto displayRoot = DataTreeNode::createRoot();
+        const auto slice = [&](const auto& all, std::size_t first) {
+            return std::vector<std::remove_cvref_t<decltype(all[0])>>(
+                all.begin() + static_cast<std::ptrdiff_t>(first),
+                all.begin() + static_cast<std::ptrdiff_t>(first + count));
+        };
+        if (firstLevel + count > levelCount || count == 0) {
+            result.displayTrees.push_back(displayRoot);
+            continue;
         }
+        if (firstLevel == 0) {
+            makeNodes(displayRoot, slice(nodeList, 0), slice(columns, 0), slice(memberList, 0),
+                      slice(sortOnRawColumns, 0));
+        } else {
+            const auto found =
+                std::find_if(separateTrees.begin(), separateTrees.end(),
+                             [first = firstLevel](const auto& tree) { return tree.firstLevel == first; });
+            std::vector<const LevelNodes*> separateNodes;
+            for (const auto& nodes : found->levelNodes) {
+                separateNodes.push_back(&nodes);
+            }
+            makeNodes(displayRoot, separateNodes, slice(columns, firstLevel), slice(memberList, firstLevel),
+                      slice(sortOnRawColumns, firstLevel));
+        }
+        result.displayTrees.push_back(displayRoot);
+    }
+
+    // Without rows a tree with levels has no leaf to give aggregators to.
+    if (levelCount > 0 && rows.size() == 0) {
+        return result;
     }
 
     // Aggregate the measures into flat per-leaf summaries, then hand them to the leaves.
@@ -655,12 +911,12 @@ HierarchyTreeBuilder::Result HierarchyTreeBuilder::build(const Request& request)
     std::vector<MeasureSummaries> summaries;
     for (const auto& measure : request.measures) {
         if (const auto* partial = dynamic_cast<const PartiallyAggregatedColumn*>(measure.column.get())) {
-            summaries.push_back(summarizePartiallyAggregatedMeasure(measure, *partial, rows, nodeOfPosition,
+            summaries.push_back(summarizePartiallyAggregatedMeasure(measure, *partial, rows, leafOfPosition,
                                                                     leaves.size(), result.hadFatalDataError));
         } else if (weights.frequency) {
-            summaries.push_back(summarizeMeasure(measure, rows, nodeOfPosition, leaves.size(), weights));
+            summaries.push_back(summarizeMeasure(measure, rows, leafOfPosition, leaves.size(), weights));
         } else {
-            summaries.push_back(summarizeMeasure(measure, rows, nodeOfPosition, leaves.size(), UnitWeights{}));
+            summaries.push_back(summarizeMeasure(measure, rows, leafOfPosition, leaves.size(), UnitWeights{}));
         }
     }
     for (std::size_t leaf = 0; leaf < leaves.size(); ++leaf) {
@@ -671,6 +927,12 @@ HierarchyTreeBuilder::Result HierarchyTreeBuilder::build(const Request& request)
                 summaries[measure], leaf, request.measures[measure].statistic == StatisticType::COUNT_DISTINCT));
         }
         leaves[leaf]->setMeasureAggregators(std::move(aggregators));
+    }
+    if (request.keepRowIndices) {
+        auto recorded = std::make_shared<RecordedLeafRows>(rows, std::move(leafOfPosition), leaves);
+        for (const auto& leaf : leaves) {
+            leaf->setPendingRowIndices(recorded);
+        }
     }
     return result;
 }

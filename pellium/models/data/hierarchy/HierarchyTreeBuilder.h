@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "pellium/models/data/hierarchy/StatisticType.h"
@@ -47,10 +49,15 @@ public:
         std::int32_t numberOfRows = 0;
         /// Give the leaves their source row indices.
         bool keepRowIndices = true;
+        /// Per wanted display tree: the first level and the number of levels it classifies by
+        /// (without measures or rows), made in the same pass.
+        std::vector<std::pair<std::size_t, std::size_t>> displayRanges;
     };
 
     struct Result {
         std::shared_ptr<DataTreeNode> root;
+        /// One per display range, in order.
+        std::vector<std::shared_ptr<DataTreeNode>> displayTrees;
         /// A partially aggregated frequency column held NaN: those rows were counted as missing
         /// values with no weight.
         bool hadFatalDataError = false;

@@ -7,6 +7,7 @@
 
 #include "pellium/models/data/dataset/DataTokens.h"
 #include "pellium/models/data/dataset/DataValue.h"
+#include "pellium/models/data/tree/PendingRowIndices.h"
 #include "pellium/serializers/SerialReader.h"
 #include "pellium/serializers/SerialWriter.h"
 
@@ -53,8 +54,8 @@ std::shared_ptr<DataTreeNode> DataTreeNode::create(const std::shared_ptr<const D
     copy->sortOnRawValue_ = node->sortOnRawValue_ ? DataValue::create(*node->sortOnRawValue_) : nullptr;
     copy->level_ = node->level_;
     copy->collapsed_ = node->collapsed_;
-    if (node->rowIndexVector_) {
-        copy->rowIndexVector_ = std::make_shared<RowIndexVector>(*node->rowIndexVector_);
+    if (const auto& rows = node->getRowIndexVector()) {
+        copy->rowIndexVector_ = std::make_shared<RowIndexVector>(*rows);
     }
     if (node->measureAggregators_) {
         copy->measureAggregators_ = std::make_shared<AggregatorList>();
@@ -164,12 +165,12 @@ void DataTreeNode::mergeInto(const std::shared_ptr<DataTreeNode>& existing) {
         }
         Aggregator::aggregate(existing->measureAggregators_, measureAggregators_);
     }
-    if (rowIndexVector_) {
-        if (!existing->rowIndexVector_) {
-            existing->rowIndexVector_ = std::make_shared<RowIndexVector>();
-        }
-        existing->rowIndexVector_->insert(existing->rowIndexVector_->end(), rowIndexVector_->begin(),
-                                          rowIndexVector_->end());
+    if (const auto& rows = getRowIndexVector()) {
+        const auto& existingRows = existing->getRowIndexVector();
+        auto merged =
+            existingRows ? std::make_shared<RowIndexVector>(*existingRows) : std::make_shared<RowIndexVector>();
+        merged->insert(merged->end(), rows->begin(), rows->end());
+        existing->rowIndexVector_ = std::move(merged);
     }
     existing->dropMergedAggregatorsUpwards();
 }
@@ -269,6 +270,13 @@ void DataTreeNode::expandAllToLevel(std::uint32_t level) {
     for (const auto& child : children_) {
         child->expandAllToLevel(level);
     }
+}
+
+const std::shared_ptr<DataTreeNode::RowIndexVector>& DataTreeNode::getRowIndexVector() const {
+    if (pendingRowIndices_) {
+        pendingRowIndices_->materialize();
+    }
+    return rowIndexVector_;
 }
 
 // --- Measures --------------------------------------------------------------------------------------
@@ -592,7 +600,7 @@ bool DataTreeNode::writeBody(SerialWriter& writer) const {
         writer.writeSharedObjectVector(std::optional<std::size_t>(children_.size()),
                                        [&](std::size_t index) { return serialize(writer, children_[index]); }) &&
         writer.writePrimitive(SerialMarks::TAG_C, level_) && writer.writePrimitive(SerialMarks::TAG_B, collapsed_) &&
-        writer.writeSharedPrimitiveVector(rowIndexVector_);
+        writer.writeSharedPrimitiveVector(getRowIndexVector());
     return ok &&
            writer.writeSharedObjectVector(
                measureValues_,

@@ -20,6 +20,7 @@ namespace pellium {
 
 class DataValue;
 class DataTreeSortContext;
+class PendingRowIndices;
 class SerialReader;
 class SerialWriter;
 
@@ -131,8 +132,13 @@ public:
 
     // --- Rows and measures -----------------------------------------------------------------------
 
-    const std::shared_ptr<RowIndexVector>& getRowIndexVector() const { return rowIndexVector_; }
+    /// The source rows of a leaf (null when none were recorded); rows recorded in bulk are expanded
+    /// on the first request.
+    const std::shared_ptr<RowIndexVector>& getRowIndexVector() const;
     void setRowIndexVector(std::shared_ptr<RowIndexVector> rows) { rowIndexVector_ = std::move(rows); }
+    /// Rows a builder recorded in bulk; they reach this node through setRowIndexVector when first
+    /// asked for.
+    void setPendingRowIndices(std::shared_ptr<PendingRowIndices> pending) { pendingRowIndices_ = std::move(pending); }
 
     /// Null for a node holding explicit measure values; a leaf's own aggregators; for an inner node
     /// the element-wise merge of its children's, made on first request and kept (null when the
@@ -255,6 +261,7 @@ private:
     std::uint32_t level_ = 0;
     bool collapsed_ = true;
     std::shared_ptr<RowIndexVector> rowIndexVector_;
+    std::shared_ptr<PendingRowIndices> pendingRowIndices_;
     std::shared_ptr<AggregatorList> measureAggregators_;
     std::shared_ptr<ValueList> measureValues_;
     std::shared_ptr<SharedStringVector> measureNames_;
