@@ -369,9 +369,8 @@ bool Hierarchy::canExpandAll(std::uint32_t depth) const {
         return false;
     }
     const NodeList nodes = getNodesAtLevel(depth);
-    return std::any_of(nodes.begin(), nodes.end(), [](const auto& node) {
-        return isShown(node) && node->isCollapsed() && !node->isAllOthers();
-    });
+    return std::any_of(nodes.begin(), nodes.end(),
+                       [](const auto& node) { return isShown(node) && node->isCollapsed() && !node->isAllOthers(); });
 }
 
 void Hierarchy::expandAll(std::uint32_t depth) {
@@ -391,7 +390,8 @@ bool Hierarchy::canCollapseAll(std::uint32_t depth) const {
         return false;
     }
     const NodeList nodes = getNodesAtLevel(depth);
-    return std::any_of(nodes.begin(), nodes.end(), [](const auto& node) { return isShown(node) && !node->isCollapsed(); });
+    return std::any_of(nodes.begin(), nodes.end(),
+                       [](const auto& node) { return isShown(node) && !node->isCollapsed(); });
 }
 
 void Hierarchy::collapseAll(std::uint32_t depth) {
