@@ -307,53 +307,107 @@ private:
 };
 
 // One level's step from a parent node to the child a row falls into, making the child when it is
-// new. (parent, key) pairs are looked up in a dense parent-major table while it stays small, else in
-// a hash map; a pair seen for the first time is resolved to its member, so that two keys that
-// format alike lead to the same child.
+// new. A key per row (the string index, made dense in the order indices are first seen, or the
+// member code) and the parent node select a slot of a small parent-major table; a pair seen for the
+// first time is resolved to its member, so that two keys that format alike lead to the same child.
+// When the table would grow past DENSE_LIMIT slots, pairs move to a hash map.
 class LevelClassifier {
 public:
-    explicit LevelClassifier(MemberCodes& members)
-        : members_(members),
-          keyCount_(static_cast<std::uint32_t>(members.keyCount())),
-          width_(std::max<std::size_t>(members.keyCount(), 1)) {
-        dense_ = width_ <= DENSE_LIMIT;
+    explicit LevelClassifier(MemberCodes& members) : members_(members) {
+        if (members.isKeyedByIndex()) {
+            indices_ = members.indices();
+            tableSize_ = static_cast<std::uint32_t>(members.keyCount());
+            localKeyOfIndex_.assign(members.keyCount(), NO_CODE);
+            width_ = 16;
+        } else {
+            codes_ = members.codes();
+            width_ = std::max<std::uint32_t>(static_cast<std::uint32_t>(members.keyCount()), 1);
+        }
     }
 
     [[gnu::always_inline]] std::uint32_t childOf(std::uint32_t parent, std::int32_t row, std::size_t position,
                                                  LevelNodes& nodes) {
         std::uint32_t key;
-        if (members_.isKeyedByIndex()) {
-            const std::int32_t index = members_.indices()[row];
-            if (static_cast<std::uint32_t>(index) >= keyCount_) [[unlikely]] {
+        if (indices_) {
+            const std::int32_t index = indices_[row];
+            if (static_cast<std::uint32_t>(index) >= tableSize_) [[unlikely]] {
                 return memberChild(parent, members_.codeOfOtherRow(row), row, nodes);
             }
-            key = static_cast<std::uint32_t>(index);
+            key = localKeyOfIndex_[static_cast<std::uint32_t>(index)];
+            if (key == NO_CODE) [[unlikely]] {
+                key = assignLocalKey(index);
+            }
         } else {
-            key = members_.codes()[position];
+            key = codes_[position];
         }
-        if (dense_) {
-            const std::size_t slot = std::size_t{parent} * width_ + key;
-            if (slot < nodeOfPair_.size() || growDenseTable(parent)) [[likely]] {
-                std::uint32_t& node = nodeOfPair_[slot];
-                if (node == NO_CODE) [[unlikely]] {
-                    node = memberChild(parent, codeOfKey(key), row, nodes);
-                }
+        if (parent < parentCapacity_) [[likely]] {
+            const std::uint32_t node = nodeOfPair_[std::size_t{parent} * width_ + key];
+            if (node != NO_CODE) [[likely]] {
                 return node;
             }
         }
-        return mappedChild(parent, key, row, nodes);
+        return newPair(parent, key, row, nodes);
     }
 
 private:
     static constexpr std::size_t DENSE_LIMIT = std::size_t{1} << 24;
 
-    std::uint32_t codeOfKey(std::uint32_t key) {
-        return members_.isKeyedByIndex() ? members_.codeOfIndex(static_cast<std::int32_t>(key)) : key;
+    std::uint32_t codeOfKey(std::uint32_t key) { return indices_ ? members_.codeOfIndex(indexOfLocalKey_[key]) : key; }
+
+    [[gnu::noinline]] std::uint32_t assignLocalKey(std::int32_t index) {
+        const auto key = static_cast<std::uint32_t>(indexOfLocalKey_.size());
+        indexOfLocalKey_.push_back(index);
+        localKeyOfIndex_[static_cast<std::uint32_t>(index)] = key;
+        if (key >= width_) {
+            relayout(parentCapacity_, width_ * 2);
+        }
+        return key;
     }
 
-    [[gnu::noinline]] std::uint32_t mappedChild(std::uint32_t parent, std::uint32_t key, std::int32_t row,
-                                                LevelNodes& nodes) {
-        std::uint32_t& node = nodeOfPairMap_.find((std::uint64_t{parent} << 32) | key);
+    // Moves the dense table to new dimensions, or to the hash map past the limit.
+    void relayout(std::size_t parentCapacity, std::uint32_t width) {
+        std::vector<std::uint32_t> table;
+        const bool fits = !mapped_ && parentCapacity * width <= DENSE_LIMIT;
+        if (fits) {
+            table.assign(parentCapacity * width, NO_CODE);
+        }
+        for (std::size_t parent = 0; parent < parentCapacity_; ++parent) {
+            for (std::uint32_t key = 0; key < width_; ++key) {
+                const std::uint32_t node = nodeOfPair_[parent * width_ + key];
+                if (node == NO_CODE) {
+                    continue;
+                }
+                if (fits) {
+                    table[parent * width + key] = node;
+                } else {
+                    nodeOfPairMap_.find((std::uint64_t{static_cast<std::uint32_t>(parent)} << 32) | key) = node;
+                }
+            }
+        }
+        width_ = width;
+        if (fits) {
+            nodeOfPair_ = std::move(table);
+            parentCapacity_ = static_cast<std::uint32_t>(parentCapacity);
+        } else {
+            nodeOfPair_ = {};
+            parentCapacity_ = 0;
+            mapped_ = true;
+        }
+    }
+
+    [[gnu::noinline]] std::uint32_t newPair(std::uint32_t parent, std::uint32_t key, std::int32_t row,
+                                            LevelNodes& nodes) {
+        if (!mapped_ && parent >= parentCapacity_) {
+            relayout(std::max<std::size_t>(std::size_t{parent} + 1, std::size_t{parentCapacity_} * 2), width_);
+        }
+        if (mapped_) {
+            std::uint32_t& node = nodeOfPairMap_.find((std::uint64_t{parent} << 32) | key);
+            if (node == NO_CODE) {
+                node = memberChild(parent, codeOfKey(key), row, nodes);
+            }
+            return node;
+        }
+        std::uint32_t& node = nodeOfPair_[std::size_t{parent} * width_ + key];
         if (node == NO_CODE) {
             node = memberChild(parent, codeOfKey(key), row, nodes);
         }
@@ -369,28 +423,15 @@ private:
         return node;
     }
 
-    // Grows the dense table to hold `parent`'s row; when it would pass the limit, moves its pairs
-    // to the hash map and answers false.
-    [[gnu::noinline]] bool growDenseTable(std::uint32_t parent) {
-        const std::size_t parents = std::max<std::size_t>(std::size_t{parent} + 1, nodeOfPair_.size() / width_ * 2);
-        if (parents * width_ <= DENSE_LIMIT) {
-            nodeOfPair_.resize(parents * width_, NO_CODE);
-            return true;
-        }
-        for (std::size_t slot = 0; slot < nodeOfPair_.size(); ++slot) {
-            if (nodeOfPair_[slot] != NO_CODE) {
-                nodeOfPairMap_.find(((slot / width_) << 32) | (slot % width_)) = nodeOfPair_[slot];
-            }
-        }
-        nodeOfPair_ = {};
-        dense_ = false;
-        return false;
-    }
-
     MemberCodes& members_;
-    std::uint32_t keyCount_;
-    std::size_t width_;
-    bool dense_ = true;
+    const std::int32_t* indices_ = nullptr;
+    const std::uint32_t* codes_ = nullptr;
+    std::uint32_t tableSize_ = 0;
+    std::vector<std::uint32_t> localKeyOfIndex_;
+    std::vector<std::int32_t> indexOfLocalKey_;
+    std::uint32_t width_ = 1;
+    std::uint32_t parentCapacity_ = 0;
+    bool mapped_ = false;
     std::vector<std::uint32_t> nodeOfPair_;
     CodeMap nodeOfPairMap_;
     CodeMap nodeOfMember_;
@@ -476,33 +517,37 @@ struct MissingValues {
     double operator()(std::int32_t) const { return DataTokens::MISSING_NUMERIC; }
 };
 
-// The numeric aggregation of Aggregator::aggregate(double, count, missing), row after row into
-// flat per-leaf summaries.
+// The numeric aggregation of Aggregator::aggregate(double, count, missing), for one row into its
+// leaf's flat summary.
+template <typename Weights>
+[[gnu::always_inline]] inline void addNumber(LeafSummary& leaf, std::int32_t row, double value,
+                                             const Weights& weights) {
+    if (value == DataTokens::SPARSE_NUMERIC || value == DataTokens::SUPPRESSED_NUMERIC) [[unlikely]] {
+        return;
+    }
+    if (leaf.firstRow < 0) [[unlikely]] {
+        leaf.firstRow = row;
+    }
+    Aggregator::RunningValues& running = leaf.values;
+    if (std::isnan(value)) [[unlikely]] {
+        const std::uint32_t missing = weights.missing(row);
+        running.missingCount += missing == 0 ? 1.0 : static_cast<double>(missing);
+        running.missingSeen = true;
+        return;
+    }
+    running.count += weights.count(row);
+    running.missingCount += weights.missing(row);
+    running.sum = (std::isnan(running.sum) ? 0.0 : running.sum) + value;
+    running.min = std::min(running.min, value);
+    running.max = std::max(running.max, value);
+}
+
 template <typename Values, typename Weights>
 void aggregateNumbers(const RowSource& rows, const std::vector<std::uint32_t>& leafOfPosition, Values values,
                       Weights weights, std::vector<LeafSummary>& leaves) {
     for (std::size_t position = 0; position < rows.size(); ++position) {
         const std::int32_t row = rows[position];
-        const double value = values(row);
-        if (value == DataTokens::SPARSE_NUMERIC || value == DataTokens::SUPPRESSED_NUMERIC) [[unlikely]] {
-            continue;
-        }
-        LeafSummary& leaf = leaves[leafOfPosition[position]];
-        if (leaf.firstRow < 0) [[unlikely]] {
-            leaf.firstRow = row;
-        }
-        Aggregator::RunningValues& running = leaf.values;
-        if (std::isnan(value)) [[unlikely]] {
-            const std::uint32_t missing = weights.missing(row);
-            running.missingCount += missing == 0 ? 1.0 : static_cast<double>(missing);
-            running.missingSeen = true;
-            continue;
-        }
-        running.count += weights.count(row);
-        running.missingCount += weights.missing(row);
-        running.sum = (std::isnan(running.sum) ? 0.0 : running.sum) + value;
-        running.min = std::min(running.min, value);
-        running.max = std::max(running.max, value);
+        addNumber(leaves[leafOfPosition[position]], row, values(row), weights);
     }
 }
 
@@ -837,6 +882,29 @@ HierarchyTreeBuilder::Result HierarchyTreeBuilder::build(const Request& request)
         }
     }
 
+    // Plain numeric measures of unweighted rows are aggregated in the same pass.
+    std::vector<MeasureSummaries> summaries(request.measures.size());
+    std::vector<std::size_t> fusedMeasures;
+    std::vector<const double*> fusedValues;
+    for (std::size_t index = 0; index < request.measures.size(); ++index) {
+        const auto& column = request.measures[index].column;
+        if (column && column->getDataType() != DataType::STRING && column->getNumbers() && !request.frequencyColumn &&
+            !dynamic_cast<const PartiallyAggregatedColumn*>(column.get())) {
+            fusedMeasures.push_back(index);
+            fusedValues.push_back(column->getNumbers()->data());
+            summaries[index].valueColumn = column;
+            summaries[index].leaves.resize(1024);
+        }
+    }
+    const UnitWeights unitWeights;
+    // The loop reads the summaries through these, refreshed only when the leaves outgrow them.
+    const std::size_t fusedCount = fusedMeasures.size();
+    std::size_t fusedCapacity = 1024;
+    std::vector<LeafSummary*> fusedLeaves;
+    for (const std::size_t index : fusedMeasures) {
+        fusedLeaves.push_back(summaries[index].leaves.data());
+    }
+
     // One pass: each row walks its levels through small tables to its leaf.
     std::vector<std::uint32_t> leafOfPosition(rows.size(), 0);
     for (std::size_t position = 0; position < rows.size(); ++position) {
@@ -846,6 +914,16 @@ HierarchyTreeBuilder::Result HierarchyTreeBuilder::build(const Request& request)
             node = classifiers[level].childOf(node, row, position, levelNodes[level]);
         }
         leafOfPosition[position] = node;
+        if (node >= fusedCapacity) [[unlikely]] {
+            fusedCapacity = std::size_t{node} * 2 + 1;
+            for (std::size_t fused = 0; fused < fusedMeasures.size(); ++fused) {
+                summaries[fusedMeasures[fused]].leaves.resize(fusedCapacity);
+                fusedLeaves[fused] = summaries[fusedMeasures[fused]].leaves.data();
+            }
+        }
+        for (std::size_t fused = 0; fused < fusedCount; ++fused) {
+            addNumber(fusedLeaves[fused][node], row, fusedValues[fused][row], unitWeights);
+        }
         for (auto& tree : separateTrees) {
             std::uint32_t displayNode = 0;
             for (std::size_t level = 0; level < tree.classifiers.size(); ++level) {
@@ -870,7 +948,9 @@ HierarchyTreeBuilder::Result HierarchyTreeBuilder::build(const Request& request)
         makeNodes(result.root, nodeList, columns, memberList, sortOnRawColumns);
 
     // Display trees: a range from the first level shares the classification above.
-    for (const auto& [firstLevel, count] : request.displayRanges) {
+    for (const auto& range : request.displayRanges) {
+        const std::size_t firstLevel = range.first;
+        const std::size_t count = range.second;
         auto displayRoot = DataTreeNode::createRoot();
         const auto slice = [&](const auto& all, std::size_t first) {
             return std::vector<std::remove_cvref_t<decltype(all[0])>>(
@@ -908,15 +988,21 @@ HierarchyTreeBuilder::Result HierarchyTreeBuilder::build(const Request& request)
     weights.frequency = numbersOf(request.frequencyColumn);
     weights.frequencyWithMissing = numbersOf(request.frequencyWithMissingColumn);
     weights.hadFatalDataError = &result.hadFatalDataError;
-    std::vector<MeasureSummaries> summaries;
-    for (const auto& measure : request.measures) {
-        if (const auto* partial = dynamic_cast<const PartiallyAggregatedColumn*>(measure.column.get())) {
-            summaries.push_back(summarizePartiallyAggregatedMeasure(measure, *partial, rows, leafOfPosition,
-                                                                    leaves.size(), result.hadFatalDataError));
+    for (std::size_t index = 0; index < request.measures.size(); ++index) {
+        const auto& measure = request.measures[index];
+        if (std::find(fusedMeasures.begin(), fusedMeasures.end(), index) != fusedMeasures.end()) {
+            summaries[index].leaves.resize(leaves.size());
+            if (measure.statistic == StatisticType::COUNT_DISTINCT) {
+                summaries[index].distinctNumbers = collectDistinctNumbers(
+                    rows, leafOfPosition, ArrayValues{measure.column->getNumbers()->data()}, leaves.size());
+            }
+        } else if (const auto* partial = dynamic_cast<const PartiallyAggregatedColumn*>(measure.column.get())) {
+            summaries[index] = summarizePartiallyAggregatedMeasure(measure, *partial, rows, leafOfPosition,
+                                                                   leaves.size(), result.hadFatalDataError);
         } else if (weights.frequency) {
-            summaries.push_back(summarizeMeasure(measure, rows, leafOfPosition, leaves.size(), weights));
+            summaries[index] = summarizeMeasure(measure, rows, leafOfPosition, leaves.size(), weights);
         } else {
-            summaries.push_back(summarizeMeasure(measure, rows, leafOfPosition, leaves.size(), UnitWeights{}));
+            summaries[index] = summarizeMeasure(measure, rows, leafOfPosition, leaves.size(), UnitWeights{});
         }
     }
     for (std::size_t leaf = 0; leaf < leaves.size(); ++leaf) {

@@ -4,6 +4,7 @@
 
 #include "pellium/models/data/dataset/DataValue.h"
 #include "pellium/models/data/hierarchy/AxisDimension.h"
+#include "pellium/models/data/hierarchy/DataModel.h"
 #include "pellium/models/data/hierarchy/Hierarchy.h"
 #include "pellium/models/data/hierarchy/HierarchyDataSet.h"
 #include "pellium/models/data/hierarchy/Level.h"
@@ -183,6 +184,14 @@ TEST(HierarchyTest, AxisNamesReadWithoutRegardToCase) {
     EXPECT_EQ(AxisDimension::getValueFromString("column"), AxisDimension::COLUMN);
     EXPECT_EQ(AxisDimension::getStringFromValue(AxisDimension::PAGE), "PAGE");
     EXPECT_FALSE(AxisDimension::getValueFromString("rows").has_value());
+}
+
+TEST(HierarchyTest, TheDataModelFindsMapProvidersByNameInTheirOrder) {
+    auto model = DataModel::create(text("report"));
+    EXPECT_EQ(model->getMapProviderForName("osm"), nullptr);
+    EXPECT_TRUE(model->getAllIQDataNames().empty());
+    model->addMapProvider(nullptr, nullptr);
+    EXPECT_TRUE(model->getAllMapProviderNames().empty());
 }
 
 }  // namespace
