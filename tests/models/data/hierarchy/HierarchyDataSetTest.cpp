@@ -304,7 +304,8 @@ TEST(HierarchyDataSetTest, HostileStreamsFailCleanly) {
         chain = child;
     }
     ASSERT_TRUE(DataTreeNode::serialize(writer, root));
-    MemoryInputStream input(deep.str());
+    const std::string deepBytes = deep.str();
+    MemoryInputStream input(deepBytes);
     SerialReader reader(input);
     std::shared_ptr<DataTreeNode> read;
     EXPECT_FALSE(DataTreeNode::unserialize(reader, read));
