@@ -3,6 +3,8 @@
 #   tools/setup.sh test   install what is missing, build (release) and run every test
 #   tools/setup.sh asan   the same under AddressSanitizer and UndefinedBehaviorSanitizer
 #   tools/setup.sh tsan   the same under ThreadSanitizer
+#   tools/setup.sh concurrency   the tests that run many threads, under ThreadSanitizer
+#   tools/setup.sh fuzz [SECONDS]   build the libFuzzer targets and run each (default 30 s)
 # Run it as root (or with sudo available) from the repository root.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -11,7 +13,7 @@ packages=(
   g++ clang cmake ninja-build pkg-config git
   libgtest-dev libgmock-dev libbenchmark-dev
   zlib1g-dev rapidjson-dev librapidxml-dev tao-pegtl-dev
-  libicu-dev libsqlite3-dev tzdata libhowardhinnant-date-dev
+  libicu-dev libsqlite3-dev tzdata libhowardhinnant-date-dev libclang-rt-14-dev
 )
 
 install_missing_packages() {
@@ -31,8 +33,13 @@ job=${1:-test}
 case "$job" in
   test) preset=release ;;
   asan | tsan | debug) preset=$job ;;
-  *) echo "usage: tools/setup.sh [test|asan|tsan|debug]" >&2; exit 2 ;;
+  concurrency) preset=tsan-concurrency ;;
+  fuzz) preset="" ;;
+  *) echo "usage: tools/setup.sh [test|asan|tsan|concurrency|debug|fuzz [SECONDS]]" >&2; exit 2 ;;
 esac
 
 install_missing_packages
+if [ -z "$preset" ]; then
+  exec bash tools/fuzz-all.sh "${2:-30}"
+fi
 cmake --workflow --preset "$preset"

@@ -177,7 +177,7 @@ TEST_F(ResourceManagerTest, BundlesLoadFromTheLibraryItselfWithNoFileReachable) 
     EXPECT_GT(manager.getNumberOfCachedBundles(), cachedBefore) << "the bundle was loaded under the guard";
 }
 
-TEST_F(ResourceManagerTest, LookUpsStayConsistentWhileTheContextAndBundlesChange) {
+TEST_F(ResourceManagerTest, LookUpsFromManyThreadsStayConsistentWhileTheContextAndBundlesChange) {
     const std::vector<std::string> locales = {"en_US", "ar_SA", "de_DE"};
     constexpr int ROUNDS = 200;
     std::atomic<bool> writerDone = false;
