@@ -89,6 +89,9 @@ public:
     /// dropped. The table is shared, not copied.
     void resolveStringIndices(std::shared_ptr<const StringVector> stringTable);
     const std::shared_ptr<const StringVector>& getResolvedStringTable() const { return stringTable_; }
+    /// Whether the column holds explicit per-row texts (setStrings, setStringAtIndex), which win
+    /// over the string table; without them every text is resolved from the row's index.
+    bool hasExplicitStrings() const { return strings_ != nullptr; }
     /// For a data set that reordered its string table into `newTable`: rewrites every index of 0
     /// or more to `newPositions[index]` (indices the vector lacks stay) and reads texts from
     /// `newTable` from now on; explicit texts stay. Raises no event.

@@ -11,6 +11,7 @@
 #include "pellium/formatters/VekFormat.h"
 #include "pellium/models/data/dataset/DataTokens.h"
 #include "pellium/models/data/dataset/PartiallyAggregatedColumn.h"
+#include "pellium/models/data/where/WhereEvaluator.h"
 #include "pellium/resources/localization/LocalizationContext.h"
 #include "pellium/resources/localization/ResourceManager.h"
 #include "pellium/resources/logging/Logger.h"
@@ -632,6 +633,48 @@ void DataSet::clearFormattedValueCaches() {
     for (const auto& column : getAllColumnsWithData()) {
         column->clearFormattedValueCache();
     }
+}
+
+// --- Filtering -------------------------------------------------------------------------------------
+
+std::shared_ptr<RowIndexSet> DataSet::filter(
+    const std::shared_ptr<const AbstractWhereClauseExpression>& whereClause) const {
+    return getRowIndicesThatEvaluateToState(whereClause, true);
+}
+
+std::shared_ptr<DataSet> DataSet::filterDataset(const std::shared_ptr<const DataSet>& dataSet,
+                                                const std::shared_ptr<const AbstractWhereClauseExpression>& whereClause) {
+    if (!dataSet) {
+        return nullptr;
+    }
+    return getSubsetDefinedBySpecifiedIndices(dataSet, *dataSet->filter(whereClause));
+}
+
+std::shared_ptr<RowIndexSet> DataSet::getRowIndicesThatEvaluateToState(
+    const std::shared_ptr<const AbstractWhereClauseExpression>& whereClause, bool state) const {
+    const auto rowCount = static_cast<std::uint32_t>(std::max(numberOfRows_, 0));
+    std::vector<std::uint32_t> selected;
+    if (whereClause) {
+        // The evaluator keeps the columns alive through its own pointers; the data set is only read.
+        const std::shared_ptr<const DataSet> self(std::shared_ptr<const DataSet>(), this);
+        selected = WhereEvaluator::create(whereClause, self, true, false)->selectRows(0, rowCount);
+    } else {
+        selected.resize(rowCount);
+        std::iota(selected.begin(), selected.end(), 0U);
+    }
+    if (state) {
+        return std::make_shared<RowIndexSet>(selected.begin(), selected.end());
+    }
+    auto others = std::make_shared<RowIndexSet>();
+    std::size_t next = 0;
+    for (std::uint32_t row = 0; row < rowCount; ++row) {
+        if (next < selected.size() && selected[next] == row) {
+            ++next;
+        } else {
+            others->insert(others->end(), row);
+        }
+    }
+    return others;
 }
 
 }  // namespace pellium

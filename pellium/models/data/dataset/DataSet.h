@@ -20,6 +20,8 @@
 
 namespace pellium {
 
+class AbstractWhereClauseExpression;
+
 /// The columnar table in which report data arrives: a named list of columns of equal length (rows
 /// are observations), one string table shared by all string columns, and a comparison epsilon for
 /// the numeric tests of filters. Hierarchies, filters and views read data through it.
@@ -205,6 +207,23 @@ public:
 
     /// Receives the events of the columns: updates the row count and passes the event on.
     void changeEventHandler(const std::shared_ptr<Event>& event);
+
+    // --- Filtering -------------------------------------------------------------------------------
+    // A where clause is compiled once against the columns (WhereEvaluator) and then tested on
+    // every row in batches. A leaf that cannot be compiled (a column the data set lacks, a number
+    // against a string column, LIKE) is false for every row; a null clause is no filter and
+    // selects every row. These answer row indices; the host keeps them as row states.
+
+    /// The rows that `whereClause` selects, ascending.
+    std::shared_ptr<RowIndexSet> filter(const std::shared_ptr<const AbstractWhereClauseExpression>& whereClause) const;
+    /// A new data set of the rows of `dataSet` that `whereClause` selects, as
+    /// getSubsetDefinedBySpecifiedIndices makes it. Null for a null data set.
+    static std::shared_ptr<DataSet> filterDataset(const std::shared_ptr<const DataSet>& dataSet,
+                                                  const std::shared_ptr<const AbstractWhereClauseExpression>& whereClause);
+    /// The rows for which `whereClause` evaluates to `state`: the selected rows for true, the
+    /// others for false.
+    std::shared_ptr<RowIndexSet> getRowIndicesThatEvaluateToState(
+        const std::shared_ptr<const AbstractWhereClauseExpression>& whereClause, bool state) const;
 
 private:
     void listenTo(const std::shared_ptr<Column>& column);

@@ -1,0 +1,7 @@
+#include "pellium/models/data/where/MetadataProvider.h"
+
+namespace pellium {
+
+MetadataProvider::~MetadataProvider() = default;
+
+}  // namespace pellium
