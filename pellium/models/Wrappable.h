@@ -34,6 +34,13 @@ struct PELLIUM_EXPORT WrapperTypeIds {
 
     // Time.
     static constexpr int TIME_ZONE = 69;
+
+    // Hierarchical data and aggregation.
+    static constexpr int AGGREGATOR = 80;
+    static constexpr int LEVEL = 81;
+    static constexpr int HIERARCHY = 82;
+    static constexpr int DATA_TREE_NODE = 83;
+    static constexpr int HIERARCHY_DATA_SET = 84;
 };
 
 /// Base of every class that the model framework can wrap for a host and write to its tagged byte
