@@ -13,6 +13,10 @@
 #include "pellium/formatters/FormatterFactory.h"
 #include "pellium/models/data/dataset/DataTokens.h"
 #include "pellium/models/data/dataset/FormattedValueCache.h"
+#include "pellium/models/data/dataset/PartiallyAggregatedColumn.h"
+#include "pellium/serializers/SerialMarks.h"
+#include "pellium/serializers/SerialReader.h"
+#include "pellium/serializers/SerialWriter.h"
 
 namespace pellium {
 
@@ -646,6 +650,245 @@ void Column::dataChanged(bool notify) {
 
 void Column::attributesChanged() {
     clearFormattedValueCache();
+}
+
+}  // namespace pellium
+
+// --- Stream form -----------------------------------------------------------------------------------
+
+namespace pellium {
+
+namespace {
+
+// The rows a column has in the stream: those of the vector of its type.
+std::size_t rowsInStream(std::int32_t dataType, const std::shared_ptr<Column::NumberVector>& numbers,
+                         const std::shared_ptr<Column::IndexVector>& stringIndices) {
+    if (dataType == DataType::STRING) {
+        return stringIndices ? stringIndices->size() : 0;
+    }
+    return numbers ? numbers->size() : 0;
+}
+
+}  // namespace
+
+// The body of a column as it stands in the stream, read before the column is made, since the
+// class byte and the attributes decide how it is made.
+struct Column::StreamFields {
+    std::int32_t dataType = DataType::NUMERIC;
+    SharedString name;
+    SharedString label;
+    SharedString formatName;
+    std::int32_t aggregation = StatisticType::SUM;
+    std::shared_ptr<NumberVector> numbers;
+    std::shared_ptr<IndexVector> stringIndices;
+    std::int32_t dataUsage = DataUsage::UNDEFINED;
+    std::int32_t numberOfRows = 0;
+    Summary summary;
+    bool metaDataIsCurrent = false;
+
+    bool read(SerialReader& reader) {
+        if (!reader.readPrimitive(SerialMarks::TAG_C, dataType)) {
+            return false;
+        }
+        if (!reader.readString(name) || !reader.readString(label) || !reader.readString(formatName)) {
+            return false;
+        }
+        if (!reader.readPrimitive(SerialMarks::TAG_C, aggregation)) {
+            return false;
+        }
+        if (!reader.readSharedPrimitiveVector(numbers) || !reader.readSharedPrimitiveVector(stringIndices)) {
+            return false;
+        }
+        if (!reader.readPrimitive(SerialMarks::TAG_C, dataUsage)) {
+            return false;
+        }
+        if (!reader.readPrimitive(SerialMarks::TAG_B, numberOfRows)) {
+            return false;
+        }
+        if (!reader.readPrimitive(SerialMarks::TAG_B, summary.minimumPositive) ||
+            !reader.readPrimitive(SerialMarks::TAG_B, summary.minimumNumber) ||
+            !reader.readPrimitive(SerialMarks::TAG_B, summary.maximumNumber) ||
+            !reader.readPrimitive(SerialMarks::TAG_B, summary.minimumNegative) ||
+            !reader.readPrimitive(SerialMarks::TAG_B, summary.total)) {
+            return false;
+        }
+        if (!reader.readString(summary.maximumString)) {
+            return false;
+        }
+        // Missing, matches-all, all-others: the stream's order, not the fields'.
+        if (!reader.readPrimitive(SerialMarks::TAG_C, summary.containsMissing) ||
+            !reader.readPrimitive(SerialMarks::TAG_C, summary.containsMatchesAll) ||
+            !reader.readPrimitive(SerialMarks::TAG_C, summary.containsAllOther) ||
+            !reader.readPrimitive(SerialMarks::TAG_C, metaDataIsCurrent)) {
+            return false;
+        }
+        // The rows of the column are those of the vector of its type; a count that differs marks a
+        // damaged stream.
+        return numberOfRows >= 0 &&
+               static_cast<std::size_t>(numberOfRows) == rowsInStream(dataType, numbers, stringIndices);
+    }
+};
+
+bool Column::serialize(std::ostream& stream, const std::shared_ptr<const Column>& column) {
+    SerialWriter writer(stream);
+    return serialize(writer, column);
+}
+
+bool Column::serialize(std::ostream& stream) const {
+    SerialWriter writer(stream);
+    return writeStreamForm(writer);
+}
+
+std::uint8_t Column::getClassByte() const {
+    return dynamic_cast<const PartiallyAggregatedColumn*>(this) ? PARTIALLY_AGGREGATED_COLUMN_CLASS_BYTE
+                                                                : COLUMN_CLASS_BYTE;
+}
+
+bool Column::serialize(SerialWriter& writer, const std::shared_ptr<const Column>& column) {
+    if (!column) {
+        return writer.writeVersionMark() && writer.writePresence(false);
+    }
+    return column->writeStreamForm(writer);
+}
+
+bool Column::writeStreamForm(SerialWriter& writer) const {
+    if (!writer.writeVersionMark() || !writer.writePresence(true) || !writer.writeMark(getClassByte()) ||
+        !writeBody(writer)) {
+        return false;
+    }
+    const auto* aggregated = dynamic_cast<const PartiallyAggregatedColumn*>(this);
+    return !aggregated || writer.writeSharedObjectVector(aggregated->getSubColumns(), [&](const auto& subColumn) {
+        return serialize(writer, subColumn);
+    });
+}
+
+bool Column::writeBody(SerialWriter& writer) const {
+    if (givenTotal_ && !isMetaDataCurrent()) {
+        currentSummary();  // so that the given total travels as a current summary's total
+    }
+    Summary summary;
+    bool isCurrent = false;
+    {
+        std::lock_guard lock(lazyStateMutex_);
+        summary = summary_;
+        isCurrent = metaDataIsCurrent_.load(std::memory_order_acquire);
+    }
+    const double total = givenTotal_ ? *givenTotal_ : summary.total;
+    const std::size_t rows = rowsInStream(getDataType(), numbers_, stringIndices_);
+    return writer.writePrimitive(SerialMarks::TAG_C, static_cast<std::int32_t>(getDataType())) &&
+           writer.writeString(getName()) && writer.writeString(getLabel()) && writer.writeString(getFormatName()) &&
+           writer.writePrimitive(SerialMarks::TAG_C, static_cast<std::int32_t>(getAggregation())) &&
+           writer.writeSharedPrimitiveVector(numbers_) && writer.writeSharedPrimitiveVector(stringIndices_) &&
+           writer.writePrimitive(SerialMarks::TAG_C, static_cast<std::int32_t>(dataUsage_)) &&
+           writer.writePrimitive(SerialMarks::TAG_B, sizeAsRowCount(rows)) &&
+           writer.writePrimitive(SerialMarks::TAG_B, summary.minimumPositive) &&
+           writer.writePrimitive(SerialMarks::TAG_B, summary.minimumNumber) &&
+           writer.writePrimitive(SerialMarks::TAG_B, summary.maximumNumber) &&
+           writer.writePrimitive(SerialMarks::TAG_B, summary.minimumNegative) &&
+           writer.writePrimitive(SerialMarks::TAG_B, total) && writer.writeString(summary.maximumString) &&
+           writer.writePrimitive(SerialMarks::TAG_C, summary.containsMissing) &&
+           writer.writePrimitive(SerialMarks::TAG_C, summary.containsMatchesAll) &&
+           writer.writePrimitive(SerialMarks::TAG_C, summary.containsAllOther) &&
+           writer.writePrimitive(SerialMarks::TAG_C, isCurrent);
+}
+
+bool Column::unserialize(std::istream& stream, std::shared_ptr<Column>& column) {
+    SerialReader reader(stream);
+    return unserialize(reader, column, nullptr, 0);
+}
+
+bool Column::unserialize(SerialReader& reader, std::shared_ptr<Column>& column,
+                         std::shared_ptr<const StringVector> stringTable) {
+    return unserialize(reader, column, stringTable, 0);
+}
+
+bool Column::unserialize(std::istream& stream) {
+    SerialReader reader(stream);
+    bool isPresent = false;
+    std::uint8_t classByte = 0;
+    return reader.readVersionMark() && reader.readPresence(isPresent) && isPresent && reader.readMark(classByte) &&
+           classByte == getClassByte() && readStreamForm(reader, stringTable_, 0);
+}
+
+bool Column::unserialize(SerialReader& reader, std::shared_ptr<Column>& column,
+                         const std::shared_ptr<const StringVector>& stringTable, int depth) {
+    column.reset();
+    bool isPresent = false;
+    if (!reader.readVersionMark() || !reader.readPresence(isPresent)) {
+        return false;
+    }
+    if (!isPresent) {
+        return true;
+    }
+    // The class byte decides the class made.
+    std::uint8_t classByte = 0;
+    if (!reader.readMark(classByte)) {
+        return false;
+    }
+    std::shared_ptr<Column> made;
+    if (classByte == COLUMN_CLASS_BYTE) {
+        made = create();
+    } else if (classByte == PARTIALLY_AGGREGATED_COLUMN_CLASS_BYTE) {
+        made = PartiallyAggregatedColumn::create(nullptr, DataType::NUMERIC);
+    } else {
+        return false;
+    }
+    if (!made->readStreamForm(reader, stringTable, depth)) {
+        return false;
+    }
+    column = std::move(made);
+    return true;
+}
+
+// Reads what follows the class byte into this column; the caller has checked or read the byte.
+bool Column::readStreamForm(SerialReader& reader, const std::shared_ptr<const StringVector>& stringTable, int depth) {
+    StreamFields fields;
+    if (!fields.read(reader)) {
+        return false;
+    }
+    applyStreamFields(fields, stringTable);
+    auto* aggregated = dynamic_cast<PartiallyAggregatedColumn*>(this);
+    if (!aggregated) {
+        return true;
+    }
+    if (depth >= MAXIMUM_STREAM_NESTING) {
+        return false;
+    }
+    aggregated->removeAllSubColumns();
+    std::shared_ptr<std::vector<std::shared_ptr<Column>>> subColumns;
+    if (!reader.readSharedObjectVector(subColumns, [&](std::shared_ptr<Column>& subColumn) {
+            return unserialize(reader, subColumn, stringTable, depth + 1);
+        })) {
+        return false;
+    }
+    if (subColumns) {
+        for (const auto& subColumn : *subColumns) {
+            if (subColumn) {
+                aggregated->setColumnForAggregation(subColumn, subColumn->getAggregation());
+            }
+        }
+    }
+    return true;
+}
+
+void Column::applyStreamFields(StreamFields& fields, const std::shared_ptr<const StringVector>& stringTable) {
+    setDataType(static_cast<DataType::type>(fields.dataType));
+    setName(fields.name);
+    setLabel(fields.label);
+    setFormatName(fields.formatName);
+    setAggregation(static_cast<StatisticType::type>(fields.aggregation));
+    dataUsage_ = static_cast<DataUsage::type>(fields.dataUsage);
+    numbers_ = std::move(fields.numbers);
+    stringIndices_ = std::move(fields.stringIndices);
+    strings_.reset();
+    stringTable_ = getDataType() == DataType::STRING ? stringTable : nullptr;
+    givenTotal_.reset();
+    clearFormattedValueCache();
+    updateNumberOfRows();
+    fields.summary.maximumString = StringUtilities::internString(fields.summary.maximumString);
+    std::lock_guard lock(lazyStateMutex_);
+    summary_ = std::move(fields.summary);
+    metaDataIsCurrent_.store(fields.metaDataIsCurrent, std::memory_order_release);
 }
 
 }  // namespace pellium

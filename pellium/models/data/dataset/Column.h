@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <limits>
 #include <memory>
 #include <mutex>
@@ -20,6 +21,8 @@
 namespace pellium {
 
 class FormattedValueCache;
+class SerialReader;
+class SerialWriter;
 
 /// One column of a data set: the values of its rows plus what describes them (Variable), its role
 /// (DataUsage) and a cached summary (extremes, total, longest text, which special states occur).
@@ -210,6 +213,36 @@ public:
     /// A debugging text of the attributes and the row count.
     std::string getDescription() const;
 
+    // --- Stream form -----------------------------------------------------------------------------
+    // A column travels as "V", 1, "a" for null or "g", its class byte and its body: the attributes,
+    // the numbers, the string indices, the usage, the row count and the summary. A partially
+    // aggregated column appends its sub-columns, which are keyed by their own aggregation when
+    // read back. Per-row texts do not travel: they come from the data set's string table, so
+    // explicit texts (setStrings, setStringAtIndex) are not written. The summary travels as it
+    // stands, with its flag; a total given by setTotal travels as the summary's total.
+
+    static constexpr std::uint8_t COLUMN_CLASS_BYTE = 0xC0;
+    static constexpr std::uint8_t PARTIALLY_AGGREGATED_COLUMN_CLASS_BYTE = 0xC1;
+    /// How deep partially aggregated columns may nest in a stream; deeper streams are refused.
+    static constexpr int MAXIMUM_STREAM_NESTING = 8;
+
+    /// Writes the stream form; false when the stream fails or a vector is too long for it.
+    static bool serialize(std::ostream& stream, const std::shared_ptr<const Column>& column);
+    static bool serialize(SerialWriter& writer, const std::shared_ptr<const Column>& column);
+    /// Reads the stream form; the class byte decides the class made, and "a" gives null and
+    /// true. A string column reads its texts from `stringTable` when one is given. False for a
+    /// short or damaged stream, an unknown class byte, a row count that differs from the length
+    /// of the column's vector, or nesting deeper than MAXIMUM_STREAM_NESTING; `column` is then null.
+    static bool unserialize(std::istream& stream, std::shared_ptr<Column>& column);
+    static bool unserialize(SerialReader& reader, std::shared_ptr<Column>& column,
+                            std::shared_ptr<const StringVector> stringTable = nullptr);
+    /// Writes this column's stream form.
+    bool serialize(std::ostream& stream) const override;
+    /// Replaces this column's attributes and data with a stream form of its own class; false for
+    /// "a", another class byte, or a short or damaged stream (the column is then left as far as
+    /// it was read). Raises VARIABLE_CHANGED for the attributes that change.
+    bool unserialize(std::istream& stream) override;
+
 protected:
     /// Which rows a copy keeps.
     class RowSelection {
@@ -238,6 +271,16 @@ protected:
     void attributesChanged() override;
 
 private:
+    // Stream form.
+    struct StreamFields;
+    bool writeStreamForm(SerialWriter& writer) const;
+    bool writeBody(SerialWriter& writer) const;
+    static bool unserialize(SerialReader& reader, std::shared_ptr<Column>& column,
+                            const std::shared_ptr<const StringVector>& stringTable, int depth);
+    bool readStreamForm(SerialReader& reader, const std::shared_ptr<const StringVector>& stringTable, int depth);
+    void applyStreamFields(StreamFields& fields, const std::shared_ptr<const StringVector>& stringTable);
+    std::uint8_t getClassByte() const;
+
     // Copies its sub-columns through copyRows.
     friend class PartiallyAggregatedColumn;
 

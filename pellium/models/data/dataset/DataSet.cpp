@@ -1,7 +1,10 @@
 #include "pellium/models/data/dataset/DataSet.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
+#include <cstring>
+#include <fstream>
 #include <iostream>
 #include <locale>
 #include <numeric>
@@ -12,9 +15,15 @@
 #include "pellium/models/data/dataset/DataTokens.h"
 #include "pellium/models/data/dataset/PartiallyAggregatedColumn.h"
 #include "pellium/models/data/where/WhereEvaluator.h"
+#include "pellium/models/data/dataset/SummarizedRowStates.h"
 #include "pellium/resources/localization/LocalizationContext.h"
 #include "pellium/resources/localization/ResourceManager.h"
 #include "pellium/resources/logging/Logger.h"
+#include "pellium/serializers/MemoryInputStream.h"
+#include "pellium/serializers/SerialMarks.h"
+#include "pellium/serializers/SerialReader.h"
+#include "pellium/serializers/SerialWriter.h"
+#include "pellium/util/TranscodingUtilities.h"
 #include "pellium/util/vector_map.h"
 
 namespace pellium {
@@ -377,6 +386,9 @@ void DataSet::truncate(std::int32_t numberOfRows) {
         }
     }
     computeNumberOfRows();
+    if (rowStates_) {
+        rowStates_->truncate(numberOfRows_);
+    }
 }
 
 std::shared_ptr<DataSet> DataSet::getSubsetDefinedBySpecifiedIndices(const std::shared_ptr<const DataSet>& dataSet,
@@ -675,6 +687,199 @@ std::shared_ptr<RowIndexSet> DataSet::getRowIndicesThatEvaluateToState(
         }
     }
     return others;
+// --- Row states ------------------------------------------------------------------------------------
+
+void DataSet::generateRowStates() {
+    if (rowStates_) {
+        stopRelayingEventsFrom(rowStates_.get());
+    }
+    rowStates_ = summarizedRowStates_ ? SummarizedRowStates::create(numberOfRows_) : RowStates::create(numberOfRows_);
+    relayEventsFrom(rowStates_);
+}
+
+const std::shared_ptr<RowStates>& DataSet::getRowStates() {
+    if (!rowStates_) {
+        generateRowStates();
+    } else if (rowStates_->getNumberOfRows() != numberOfRows_) {
+        const auto previous = rowStates_;
+        generateRowStates();
+        rowStates_->applyRowStates(*previous);
+    }
+    return rowStates_;
+}
+
+bool DataSet::selectRows(const RowIndexSet& rows) {
+    return getRowStates()->setSelectedOnlyAtSpecifiedIndices(true, rows);
+}
+
+bool DataSet::selectRows(std::int32_t row, bool selected) {
+    return getRowStates()->setSelectedAtIndex(selected, row);
+}
+
+std::shared_ptr<DataValue::ValueList> DataSet::getSelectedValues(std::string_view columnName) {
+    const auto column = getColumnWithName(columnName);
+    if (!column) {
+        return nullptr;
+    }
+    return column->getDataValuesAtIndices(*getRowStates()->getSelectedIndices());
+}
+
+bool DataSet::selectionContainsAllOther() {
+    const RowIndexSet& selected = *getRowStates()->getSelectedIndices();
+    if (selected.empty() || !columns_) {
+        return false;
+    }
+    return std::ranges::any_of(*columns_, [&](const std::shared_ptr<Column>& column) {
+        return column && column->containsAllOther() && std::ranges::any_of(selected, [&](std::uint32_t row) {
+                   return row < static_cast<std::uint32_t>(column->getNumberOfRows()) &&
+                          column->valueIsAllOther(static_cast<std::int32_t>(row));
+               });
+    });
+}
+
+// --- Stream form -----------------------------------------------------------------------------------
+
+bool DataSet::serialize(std::ostream& stream, const std::shared_ptr<const DataSet>& dataSet) {
+    SerialWriter writer(stream);
+    return serialize(writer, dataSet);
+}
+
+bool DataSet::serialize(SerialWriter& writer, const std::shared_ptr<const DataSet>& dataSet) {
+    if (!dataSet) {
+        return writer.writeVersionMark() && writer.writePresence(false);
+    }
+    return dataSet->writeStreamForm(writer);
+}
+
+bool DataSet::serialize(std::ostream& stream) const {
+    SerialWriter writer(stream);
+    return writeStreamForm(writer);
+}
+
+bool DataSet::writeStreamForm(SerialWriter& writer) const {
+    return writer.writeVersionMark() && writer.writePresence(true) && writer.writeString(name_) &&
+           writer.writeSharedStringVector(stringTable_) &&
+           writer.writeSharedObjectVector(columns_,
+                                          [&](const auto& column) { return Column::serialize(writer, column); }) &&
+           RowStates::serialize(writer, rowStates_) && writer.writePrimitive(SerialMarks::TAG_B, numberOfRows_) &&
+           writer.writePrimitive(SerialMarks::TAG_C, createOptionFirst_) &&
+           writer.writePrimitive(SerialMarks::TAG_C, summarizedRowStates_) &&
+           writer.writePrimitive(SerialMarks::TAG_B, comparisonEpsilon_);
+}
+
+bool DataSet::unserialize(std::istream& stream) {
+    SerialReader reader(stream);
+    bool isPresent = false;
+    return reader.readVersionMark() && reader.readPresence(isPresent) && isPresent && readBody(reader);
+}
+
+bool DataSet::unserialize(std::istream& stream, std::shared_ptr<DataSet>& dataSet) {
+    SerialReader reader(stream);
+    return unserialize(reader, dataSet);
+}
+
+bool DataSet::unserialize(SerialReader& reader, std::shared_ptr<DataSet>& dataSet) {
+    dataSet.reset();
+    bool isPresent = false;
+    if (!reader.readVersionMark() || !reader.readPresence(isPresent)) {
+        return false;
+    }
+    if (!isPresent) {
+        return true;
+    }
+    auto made = create(false, false);
+    if (!made->readBody(reader)) {
+        return false;
+    }
+    dataSet = std::move(made);
+    return true;
+}
+
+bool DataSet::readBody(SerialReader& reader) {
+    if (!reader.readString(name_)) {
+        return false;
+    }
+    std::shared_ptr<StringTable> stringTable;
+    if (!reader.readSharedStringVector(stringTable)) {
+        return false;
+    }
+    // Interned now, so that the columns read next resolve their texts to the shared instances.
+    setStringTable(std::move(stringTable));
+    std::shared_ptr<ColumnList> columns;
+    if (!reader.readSharedObjectVector(columns, [&](std::shared_ptr<Column>& column) {
+            return Column::unserialize(reader, column, stringTable_);
+        })) {
+        return false;
+    }
+    std::shared_ptr<RowStates> rowStatesRead;
+    if (!RowStates::unserialize(reader, rowStatesRead)) {
+        return false;
+    }
+    std::int32_t numberOfRows = 0;
+    if (!reader.readPrimitive(SerialMarks::TAG_B, numberOfRows) ||
+        !reader.readPrimitive(SerialMarks::TAG_C, createOptionFirst_) ||
+        !reader.readPrimitive(SerialMarks::TAG_C, summarizedRowStates_) ||
+        !reader.readPrimitive(SerialMarks::TAG_B, comparisonEpsilon_)) {
+        return false;
+    }
+    setColumns(columns);  // listens to the columns and recomputes the row count
+    generateRowStates();
+    if (rowStatesRead) {
+        rowStates_->applyRowStates(*rowStatesRead);
+        // Fractions are carried only for the rows they were made for; a stream that claims other
+        // rows must not make this reader allocate for them.
+        auto* fractionsRead = dynamic_cast<SummarizedRowStates*>(rowStatesRead.get());
+        auto* fractions = dynamic_cast<SummarizedRowStates*>(rowStates_.get());
+        if (fractionsRead && fractions && rowStatesRead->getNumberOfRows() == numberOfRows_) {
+            fractions->setPercentSelectedOnlyAtSpecifiedIndices(*fractionsRead->getPercentSelected(),
+                                                                *rowStatesRead->getSelectedIndices());
+        }
+    }
+    return true;
+}
+
+std::shared_ptr<DataSet> DataSet::createFromSerialData(std::istream& stream) {
+    std::shared_ptr<DataSet> dataSet;
+    return unserialize(stream, dataSet) ? dataSet : nullptr;
+}
+
+SharedString DataSet::serializeAsBase64String(const std::shared_ptr<const DataSet>& dataSet) {
+    std::ostringstream stream;
+    if (!serialize(stream, dataSet)) {
+        return nullptr;
+    }
+    return std::make_shared<const std::string>(TranscodingUtilities::encodeBase64(std::move(stream).str()));
+}
+
+std::shared_ptr<DataSet> DataSet::createFromBase64SerialData(std::string_view text) {
+    std::string bytes;
+    if (!TranscodingUtilities::decodeBase64(text, bytes)) {
+        return nullptr;
+    }
+    MemoryInputStream stream(bytes);
+    return createFromSerialData(stream);
+}
+
+bool DataSet::serialize(const std::string& path, const std::shared_ptr<const DataSet>& dataSet) {
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    if (!file) {
+        Logger::error(" Failed to open file at path: " + path + "because : " + std::strerror(errno));
+        return false;
+    }
+    return serialize(file, dataSet) && file.flush().good();
+}
+
+std::shared_ptr<DataSet> DataSet::create(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        Logger::error(" Failed to open file at path: " + path + "because : " + std::strerror(errno));
+        return nullptr;
+    }
+    return createFromSerialData(file);
+}
+
+std::shared_ptr<DataSet> DataSet::create(const char* path) {
+    return create(std::string(path ? path : ""));
 }
 
 }  // namespace pellium

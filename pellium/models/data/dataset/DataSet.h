@@ -16,11 +16,14 @@
 #include "pellium/models/data/dataset/Column.h"
 #include "pellium/models/data/dataset/DataUsage.h"
 #include "pellium/models/data/dataset/RowIndexSet.h"
+#include "pellium/models/data/dataset/RowStates.h"
 #include "pellium/util/StringUtilities.h"
 
 namespace pellium {
 
 class AbstractWhereClauseExpression;
+class SerialReader;
+class SerialWriter;
 
 /// The columnar table in which report data arrives: a named list of columns of equal length (rows
 /// are observations), one string table shared by all string columns, and a comparison epsilon for
@@ -224,6 +227,68 @@ public:
     /// others for false.
     std::shared_ptr<RowIndexSet> getRowIndicesThatEvaluateToState(
         const std::shared_ptr<const AbstractWhereClauseExpression>& whereClause, bool state) const;
+    // --- Row states ------------------------------------------------------------------------------
+    // The selection and exclusion of the rows. Their events reach the data set's listeners with
+    // the data set as source and the row states as original source.
+
+    /// Makes new row states for the current row count (summarized ones when the data set was
+    /// created so), nothing selected or excluded, and relays their events from now on.
+    void generateRowStates();
+    /// The row states, made on first use. When the row count changed since they were made, they
+    /// are made anew with the selection and exclusion of the rows that remain.
+    const std::shared_ptr<RowStates>& getRowStates();
+    /// Selects exactly `rows` (rows beyond the data set are ignored); whether anything changed.
+    bool selectRows(const RowIndexSet& rows);
+    /// Selects or deselects one row; whether anything changed.
+    bool selectRows(std::int32_t row, bool selected);
+    /// The values of the named column at the selected rows, in ascending row order; null when no
+    /// column has the name.
+    std::shared_ptr<DataValue::ValueList> getSelectedValues(std::string_view columnName);
+    /// Whether some selected row holds all-others in some column.
+    bool selectionContainsAllOther();
+
+    // --- Stream form -----------------------------------------------------------------------------
+    // The data set travels as one tagged byte stream: its name, string table, columns, row states,
+    // row count, flags and epsilon. Readers check every marker, count and length against the bytes
+    // that remain and answer false or null for a short, damaged or hostile stream.
+
+    /// Writes the stream form; "V", 1, "a" for a null data set. False when the stream fails; what
+    /// was written before stays in the stream.
+    static bool serialize(std::ostream& stream, const std::shared_ptr<const DataSet>& dataSet);
+    static bool serialize(SerialWriter& writer, const std::shared_ptr<const DataSet>& dataSet);
+    /// Reads the stream form into a new data set; a null mark gives null and true. The string
+    /// table is interned, string columns read their texts from it, the row count is recomputed
+    /// from the columns, and the row states are made for it, carrying the selection and exclusion
+    /// read. False for a short or damaged stream; `dataSet` is then null.
+    static bool unserialize(std::istream& stream, std::shared_ptr<DataSet>& dataSet);
+    static bool unserialize(SerialReader& reader, std::shared_ptr<DataSet>& dataSet);
+    /// Writes this data set's stream form.
+    bool serialize(std::ostream& stream) const override;
+    /// Replaces this data set's content with the data set read; false for a null mark or a short
+    /// or damaged stream, when the data set is left as far as it was read.
+    bool unserialize(std::istream& stream) override;
+    /// The data set read from `stream`; null when reading failed.
+    static std::shared_ptr<DataSet> createFromSerialData(std::istream& stream);
+    /// The stream form as standard base64 text (no compression, no line breaks); null when the
+    /// data set cannot be written (a vector longer than 2^31 - 1 elements).
+    static SharedString serializeAsBase64String(const std::shared_ptr<const DataSet>& dataSet);
+    /// Decodes base64 `text` (line breaks allowed) and reads the data set; null when the text or
+    /// the stream is damaged.
+    static std::shared_ptr<DataSet> createFromBase64SerialData(std::string_view text);
+    /// Writes the stream form to the file at `path`, replacing it. False, with an error logged,
+    /// when the file cannot be written.
+    static bool serialize(const std::string& path, const std::shared_ptr<const DataSet>& dataSet);
+    /// The data set read from the file at `path`. Null when reading fails; a file that cannot be
+    /// opened also logs " Failed to open file at path: <path>because : <reason>".
+    static std::shared_ptr<DataSet> create(const std::string& path);
+    /// The same; without it a text literal would pick create(bool, bool).
+    static std::shared_ptr<DataSet> create(const char* path);
+
+private:
+    bool writeStreamForm(SerialWriter& writer) const;
+    bool readBody(SerialReader& reader);
+
+    std::shared_ptr<RowStates> rowStates_;
 
 private:
     void listenTo(const std::shared_ptr<Column>& column);

@@ -38,6 +38,7 @@ public:
     std::shared_ptr<Column> getColumnForAggregation(StatisticType::type statistic) const;
     /// The sub-columns in statistic order.
     std::shared_ptr<ColumnList> getSubColumns() const;
+    void removeAllSubColumns() { subColumns_.clear(); }
 
     /// Truncates the sub-columns too.
     void truncate(std::int32_t numberOfRows) override;
