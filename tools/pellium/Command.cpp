@@ -1,10 +1,12 @@
 #include "tools/pellium/Command.h"
 
+#include <cmath>
 #include <iostream>
 
 #include "pellium/formatters/Formatter.h"
 #include "pellium/formatters/FormatterFactory.h"
 #include "pellium/models/data/dataset/DataSet.h"
+#include "pellium/models/data/dataset/DataTokens.h"
 #include "pellium/resources/localization/LocalizationContext.h"
 #include "pellium/resources/localization/ResourceManager.h"
 #include "pellium/util/StringUtilities.h"
@@ -57,6 +59,9 @@ std::shared_ptr<Formatter> formatterOf(const Column& column) {
 }
 
 std::string formatNumber(const Formatter* formatter, double value) {
+    if (std::isnan(value)) {
+        return *DataTokens::getMissingNumericDisplayString();
+    }
     if (formatter != nullptr) {
         if (SharedString text = formatter->format(value)) {
             return *text;

@@ -57,7 +57,7 @@ std::shared_ptr<Column> requireColumn(const DataSet& dataSet, const std::string&
 /// The formatter of the column's format under the current context; null without one.
 std::shared_ptr<Formatter> formatterOf(const Column& column);
 
-/// `value` through `formatter`, or in shortest form without one.
+/// `value` through `formatter`, or in shortest form without one; "." for a missing value.
 std::string formatNumber(const Formatter* formatter, double value);
 
 using JsonWriter = rapidjson::PrettyWriter<rapidjson::OStreamWrapper>;

@@ -32,7 +32,7 @@ int run(const Arguments& arguments) {
         dataSet->setName(StringUtilities::internString(arguments.value("name")));
     }
     DataForm form = arguments.has("to") ? formNamed(arguments.value("to")) : formFromFileName(words[1]);
-    saveDataSet(*dataSet, words[1], form);
+    saveDataSet(dataSet, words[1], form);
     if (!arguments.has("quiet")) {
         std::cerr << "wrote " << dataSet->getNumberOfRows() << " rows of " << dataSet->getNumberOfColumns()
                   << " columns to " << words[1] << '\n';

@@ -97,11 +97,8 @@ std::shared_ptr<DataSet> readCSV(const std::string& path, const std::vector<Form
     }
     CSVReadResult result = CSVDataSetReader::readFile(path, options);
     if (!result) {
-        std::string where = path;
-        if (result.line > 0) {
-            where += ":" + std::to_string(result.line);
-        }
-        throw DataError(where + ": " + result.message);
+        // The message names the line and the column.
+        throw DataError(path + ": " + result.message);
     }
     return result.dataSet;
 }
@@ -154,14 +151,14 @@ std::shared_ptr<DataSet> loadDataSet(const std::string& path, const LoadRequest&
     return dataSet;
 }
 
-void saveDataSet(const DataSet& dataSet, const std::string& path, DataForm form) {
+void saveDataSet(const std::shared_ptr<const DataSet>& dataSet, const std::string& path, DataForm form) {
     if (form != DataForm::CSV) {
         writeDataSetStreamFile(path, dataSet, form == DataForm::BASE64);
         return;
     }
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     std::string header;
-    const auto& columns = *dataSet.getColumns();
+    const auto& columns = *dataSet->getColumns();
     for (std::size_t i = 0; i < columns.size(); ++i) {
         std::string name = columns[i] && columns[i]->getName() ? *columns[i]->getName() : std::string();
         bool quote = name.find_first_of(",\"\r\n") != std::string::npos;
@@ -170,7 +167,7 @@ void saveDataSet(const DataSet& dataSet, const std::string& path, DataForm form)
         }
         header += quote ? csvQuoted(name) : name;
     }
-    SharedString rows = dataSet.getCombinedCSV();
+    SharedString rows = dataSet->getCombinedCSV();
     out << header << '\n' << (rows ? *rows : std::string());
     out.close();
     if (!out) {

@@ -28,7 +28,7 @@ DataForm recognizeForm(const std::string& head);
 std::shared_ptr<DataSet> loadDataSet(const std::string& path, const LoadRequest& request);
 
 /// Writes `dataSet` to `path` in `form`. Throws DataError when the file cannot be written.
-void saveDataSet(const DataSet& dataSet, const std::string& path, DataForm form);
+void saveDataSet(const std::shared_ptr<const DataSet>& dataSet, const std::string& path, DataForm form);
 
 /// The form a file name's extension asks for: ".csv", ".pds" (stream), ".b64"/".txt" (base64).
 /// CSV for unknown extensions.

@@ -54,7 +54,7 @@ std::shared_ptr<DataSet> readDataSetStreamFile(const std::string& path, bool bas
     return dataSet;
 }
 
-void writeDataSetStreamFile(const std::string& path, const DataSet& dataSet, bool base64) {
+void writeDataSetStreamFile(const std::string& path, const std::shared_ptr<const DataSet>& dataSet, bool base64) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     bool written = false;
     if (out) {

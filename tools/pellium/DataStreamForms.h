@@ -18,6 +18,6 @@ bool isBase64DataSetStream(const std::string& head);
 /// cannot be read or does not hold a data set.
 std::shared_ptr<DataSet> readDataSetStreamFile(const std::string& path, bool base64);
 /// Writes the data set stream, or its base64 text, to a file. Throws DataError on failure.
-void writeDataSetStreamFile(const std::string& path, const DataSet& dataSet, bool base64);
+void writeDataSetStreamFile(const std::string& path, const std::shared_ptr<const DataSet>& dataSet, bool base64);
 
 }  // namespace pellium::cli

@@ -687,6 +687,8 @@ std::shared_ptr<RowIndexSet> DataSet::getRowIndicesThatEvaluateToState(
         }
     }
     return others;
+}
+
 // --- Row states ------------------------------------------------------------------------------------
 
 void DataSet::generateRowStates() {
