@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
 # Sets up a Debian 12 machine for libPellium and runs one of its jobs.
+#   tools/setup.sh crosstab   install what is missing, build the library and the pellium tool, and
+#                             aggregate the bundled sales sample into a crosstab (the main job)
 #   tools/setup.sh test   install what is missing, build (release) and run every test
 #   tools/setup.sh asan   the same under AddressSanitizer and UndefinedBehaviorSanitizer
 #   tools/setup.sh tsan   the same under ThreadSanitizer
@@ -35,11 +37,18 @@ case "$job" in
   asan | tsan | debug) preset=$job ;;
   concurrency) preset=tsan-concurrency ;;
   fuzz) preset="" ;;
-  *) echo "usage: tools/setup.sh [test|asan|tsan|concurrency|debug|fuzz [SECONDS]]" >&2; exit 2 ;;
+  crosstab) preset=release ;;
+  *) echo "usage: tools/setup.sh [crosstab|test|asan|tsan|concurrency|debug|fuzz [SECONDS]]" >&2; exit 2 ;;
 esac
 
 install_missing_packages
 if [ -z "$preset" ]; then
   exec bash tools/fuzz-all.sh "${2:-30}"
+fi
+if [ "$job" = crosstab ]; then
+  cmake --preset release >/dev/null
+  cmake --build --preset release --target pellium
+  exec build/release/tools/pellium/pellium crosstab examples/sales.csv --rows Region --columns Channel \
+    --measure Revenue --format Revenue=DOLLAR16.2
 fi
 cmake --workflow --preset "$preset"
