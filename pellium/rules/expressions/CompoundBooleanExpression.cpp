@@ -68,7 +68,14 @@ void CompoundBooleanExpression::resolveParameters(const ParameterValues& dataIte
 
 void CompoundBooleanExpression::printToStream(std::ostream& stream, const ExpressionDescriptionContext& context) const {
     if (operands_.size() < 2) {
-        printAsFunctionCall(stream, context, getTokenName());
+        // The upper-case name, as the words AND and OR would read as the logical operators.
+        stream << FunctionExpressionType::getUpperCaseName(isConjunction() ? FunctionExpressionType::F_AND
+                                                                           : FunctionExpressionType::F_OR)
+               << '(';
+        if (!operands_.empty()) {
+            printTemplateArgumentWithIndex(stream, context, 0);
+        }
+        stream << ')';
         return;
     }
     const std::string_view separator = isConjunction() ? " AND " : " OR ";

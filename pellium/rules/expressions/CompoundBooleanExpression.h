@@ -8,8 +8,8 @@
 
 namespace pellium {
 
-/// The conjunction or disjunction of its children, written a AND b AND c or a OR b (AND() and
-/// OR(x) for fewer than two children). The operator is 0 for AND; any other value is OR.
+/// The conjunction or disjunction of its children, written a AND b AND c or a OR b (F_AND() and
+/// F_OR(x) for fewer than two children). The operator is 0 for AND; any other value is OR.
 ///
 /// Deliberate asymmetry, relied upon by rule authors: AND skips children that are null or not
 /// boolean, while OR answers true as soon as it meets one. An AND without children is true, an

@@ -144,6 +144,7 @@ std::shared_ptr<AbstractWhereClauseExpression> Expression::asWhereExpression(
 }
 
 void Expression::resolveParameters(const ParameterValues& dataItemMap, ExpressionList& expressions) {
+    const std::size_t replacedBefore = expressions.size();
     bool hasReplaced = false;
     for (auto& operand : operands_) {
         if (!operand) {
@@ -161,6 +162,9 @@ void Expression::resolveParameters(const ParameterValues& dataItemMap, Expressio
     }
     if (hasReplaced) {
         synchronizeSpecializedOperands();
+    }
+    // A replacement anywhere below changes what this node's validity was computed from.
+    if (expressions.size() != replacedBefore) {
         invalidate(false);
     }
 }

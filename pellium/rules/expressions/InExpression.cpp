@@ -1,5 +1,6 @@
 #include "pellium/rules/expressions/InExpression.h"
 
+#include <algorithm>
 #include <ostream>
 
 #include "pellium/rules/expressions/CompoundConstantExpression.h"
@@ -126,9 +127,32 @@ void InExpression::printToStream(std::ostream& stream, const ExpressionDescripti
     const std::string_view word = ExpressionTokens::getWordForTokenName(getTokenName());
     stream << (context.writesFunctionNames ? getTokenName() : word) << '(';
     printTemplateArgumentWithIndex(stream, context, 0);
-    stream << ", ";
-    printTemplateArgumentWithIndex(stream, context, 1);
+    if (membersFormALiteralList()) {
+        stream << ", ";
+        printTemplateArgumentWithIndex(stream, context, 1);
+    } else {
+        // Members a list cannot hold are written as further arguments.
+        for (const auto& member : getMembershipOperands()) {
+            stream << ", ";
+            printOperand(stream, member.get(), context, OR_PRECEDENCE);
+        }
+    }
     stream << ')';
+}
+
+bool InExpression::membersFormALiteralList() const {
+    const auto members = getMembershipOperands();
+    const auto allOf = [&](auto&& test) {
+        return std::all_of(members.begin(), members.end(), [&](const auto& member) { return member && test(*member); });
+    };
+    return allOf([](const Expression& member) {
+               const int type = member.getWrapperTypeId();
+               return type == WrapperTypeIds::CONSTANT_NUMBER_EXPRESSION ||
+                      type == WrapperTypeIds::CONSTANT_TEXT_EXPRESSION;
+           }) ||
+           allOf([](const Expression& member) {
+               return member.getWrapperTypeId() == WrapperTypeIds::DATA_ITEM_EXPRESSION;
+           });
 }
 
 std::string_view InExpression::getTokenName() const {

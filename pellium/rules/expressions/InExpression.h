@@ -44,7 +44,8 @@ public:
         const std::shared_ptr<const DataSet>& dataSet, const std::shared_ptr<const Hierarchies>& hierarchies,
         const std::shared_ptr<const MetadataProvider>& provider) const override;
     void resolveParameters(const ParameterValues& dataItemMap, ExpressionList& expressions) override;
-    /// Writes Word(test, [member, member...]).
+    /// Writes Word(test, [member, member...]), or Word(test, member, member...) when the members
+    /// are not all constants or all data items.
     void printToStream(std::ostream& stream, const ExpressionDescriptionContext& context) const override;
     /// "in" or "notIn".
     std::string_view getTokenName() const override;
@@ -60,6 +61,9 @@ protected:
     bool hasEqualAttributes(const Expression& other) const override;
 
 private:
+    /// Whether the members are all constants or all data items, as a literal list holds them.
+    bool membersFormALiteralList() const;
+
     explicit InExpression(bool hasInvertedMeaning) : hasInvertedMeaning_(hasInvertedMeaning) {}
     InExpression(const InExpression&) = default;
 

@@ -200,7 +200,7 @@ std::string TextFunctions::removeWord(std::string_view text, std::int64_t index,
         const std::size_t previousEnd = (word - 1)->end;
         return std::string(text.substr(0, previousEnd)).append(text.substr(word->end));
     }
-    const std::size_t nextBegin = isLast ? word->end : (word + 1)->begin;
+    const std::size_t nextBegin = isLast ? text.size() : (word + 1)->begin;
     return std::string(text.substr(0, word->begin)).append(text.substr(nextBegin));
 }
 

@@ -42,8 +42,8 @@ public:
     /// runs are not words. `index` counts words from 1, or from the end when negative.
     /// The word; empty when there is no such word.
     static std::string getWord(std::string_view text, std::int64_t index, std::string_view delimiters);
-    /// The text without the word and the delimiters that follow it (precede it, for the last
-    /// word); unchanged when there is no such word.
+    /// The text without the word and the delimiters that follow it (that precede it, for the
+    /// last of several words); unchanged when there is no such word.
     static std::string removeWord(std::string_view text, std::int64_t index, std::string_view delimiters);
     /// The text with the word replaced by `replacement`; unchanged when there is no such word.
     static std::string replaceWord(std::string_view text, std::int64_t index, std::string_view replacement,

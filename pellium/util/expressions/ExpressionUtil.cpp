@@ -189,6 +189,17 @@ std::string unescape(std::string_view content, char doubled) {
     return text;
 }
 
+// The number of a number token; the word Infinity is read in any letter case.
+double readNumber(std::string_view text) {
+    const bool isNegative = !text.empty() && text.front() == '-';
+    const bool isSigned = !text.empty() && (text.front() == '-' || text.front() == '+');
+    const std::string_view magnitude = text.substr(isSigned ? 1 : 0);
+    if (!magnitude.empty() && StringUtilities::equalsIgnoreCase(magnitude, "infinity")) {
+        return isNegative ? -std::numeric_limits<double>::infinity() : std::numeric_limits<double>::infinity();
+    }
+    return StringUtilities::createDoubleFromString(text);
+}
+
 // Turns the parse tree into an expression tree, checking function names, arities and lists.
 class TreeBuilder {
 public:
@@ -218,7 +229,7 @@ private:
     std::shared_ptr<Expression> buildNode(const Node& node) {
         using namespace grammar;
         if (node.is_type<number>()) {
-            return ConstantNumberExpression::create(StringUtilities::createDoubleFromString(node.string_view()));
+            return ConstantNumberExpression::create(readNumber(node.string_view()));
         }
         if (node.is_type<missing_number>()) {
             return ConstantNumberExpression::create(std::numeric_limits<double>::quiet_NaN());
