@@ -41,6 +41,24 @@ struct PELLIUM_EXPORT WrapperTypeIds {
     static constexpr int HIERARCHY = 82;
     static constexpr int DATA_TREE_NODE = 83;
     static constexpr int HIERARCHY_DATA_SET = 84;
+
+    // Expressions.
+    static constexpr int EXPRESSION = 100;
+    static constexpr int BINARY_RELATIONAL_EXPRESSION = 101;
+    static constexpr int BETWEEN_EXPRESSION = 102;
+    static constexpr int IN_EXPRESSION = 103;
+    static constexpr int IS_MISSING_EXPRESSION = 104;
+    static constexpr int COMPOUND_BOOLEAN_EXPRESSION = 105;
+    static constexpr int NEGATED_EXPRESSION = 106;
+    static constexpr int SELECT_WHEN_EXPRESSION = 107;
+    static constexpr int FUNCTION_EXPRESSION = 108;
+    static constexpr int COMPOUND_CONSTANT_EXPRESSION = 109;
+    static constexpr int CONSTANT_NUMBER_EXPRESSION = 110;
+    static constexpr int CONSTANT_TEXT_EXPRESSION = 111;
+    static constexpr int DATA_ITEM_EXPRESSION = 112;
+    static constexpr int KEYWORD_EXPRESSION = 113;
+    static constexpr int VARIABLE_LIST_EXPRESSION = 114;
+    static constexpr int EXPRESSION_CONDITION_VARIABLE = 115;
 };
 
 /// Base of every class that the model framework can wrap for a host and write to its tagged byte

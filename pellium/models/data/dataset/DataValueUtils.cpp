@@ -10,6 +10,9 @@
 #include "pellium/formatters/FormatterFactory.h"
 #include "pellium/models/data/dataset/DataTokens.h"
 #include "pellium/models/data/dataset/DataValue.h"
+#include "pellium/rules/expressions/ConstantNumberExpression.h"
+#include "pellium/rules/expressions/ConstantTextExpression.h"
+#include "pellium/util/expressions/ExpressionUtil.h"
 
 namespace pellium {
 
@@ -129,6 +132,48 @@ SharedString DataValueUtils::getSerializationTextForValues(const std::shared_ptr
     }
     stream << ']';
     return std::make_shared<const std::string>(stream.str());
+}
+
+namespace {
+
+// The value of a number or text constant; null for any other node.
+std::shared_ptr<DataValue> valueOfConstant(const Expression& constant) {
+    switch (constant.getWrapperTypeId()) {
+        case WrapperTypeIds::CONSTANT_NUMBER_EXPRESSION:
+            return DataValue::create(static_cast<const ConstantNumberExpression&>(constant).getValue());
+        case WrapperTypeIds::CONSTANT_TEXT_EXPRESSION: {
+            const SharedString& text = static_cast<const ConstantTextExpression&>(constant).getText();
+            return DataValue::create(StringUtilities::internString(text ? std::string_view(*text) : std::string_view()),
+                                     DataTokens::UNRESOLVABLE_DATA_VALUE);
+        }
+        default:
+            return nullptr;
+    }
+}
+
+}  // namespace
+
+std::shared_ptr<DataValueUtils::ValueList> DataValueUtils::getValuesForSerializationText(const SharedString& text) {
+    if (!text) {
+        return nullptr;
+    }
+    const auto literal = ExpressionUtil::createExpression(*text);
+    if (!literal) {
+        return nullptr;
+    }
+    auto values = std::make_shared<ValueList>();
+    if (literal->getWrapperTypeId() != WrapperTypeIds::COMPOUND_CONSTANT_EXPRESSION) {
+        auto value = valueOfConstant(*literal);
+        if (!value) {
+            return nullptr;
+        }
+        values->push_back(std::move(value));
+        return values;
+    }
+    for (const auto& element : literal->getOperands()) {
+        values->push_back(valueOfConstant(*element));
+    }
+    return values;
 }
 
 std::shared_ptr<DataValue> DataValueUtils::getValueForText(const SharedString& text, DataType::type type,

@@ -44,6 +44,13 @@ public:
     static SharedString getSerializationTextForValues(const std::shared_ptr<const ValueList>& values,
                                                       DataType::type type);
 
+    /// The values of a literal text as getSerializationTextForValues writes it: one literal (12.5,
+    /// ., 'East', ' ', '') or a list of them in square brackets ([1,2.5], ['a','b']). Texts become
+    /// interned string values with index UNRESOLVABLE_DATA_VALUE ('' gives an empty text, which
+    /// implies no selection), numbers numeric values (. the missing number). Null for a null text
+    /// or a text that is not such a literal.
+    static std::shared_ptr<ValueList> getValuesForSerializationText(const SharedString& text);
+
     /// A value read from a plain text: null for a null text or an invalid type. For STRING, a
     /// string value of the interned text with index UNRESOLVABLE_DATA_VALUE, formatted by the
     /// format `formatName` when it names one. For NUMERIC, the number the text reads as (NaN when
