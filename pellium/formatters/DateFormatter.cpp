@@ -1,0 +1,1105 @@
+#include "pellium/formatters/DateFormatter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "pellium/formatters/HebrewCalendar.h"
+#include "pellium/resources/localization/LocalizationContext.h"
+#include "pellium/util/StringUtilities.h"
+#include "pellium/util/TimeUtilities.h"
+#include "pellium/util/TimeZone.h"
+
+namespace pellium {
+
+namespace {
+
+constexpr std::string_view formatterBundle = "vek_portable_formatters";
+constexpr int UNSET = std::numeric_limits<int>::min();
+constexpr double AVERAGE_YEAR = 31556952.0;  // 365.2425 days
+constexpr double AVERAGE_MONTH = AVERAGE_YEAR / 12.0;
+constexpr double WEEK = 7.0 * TimeUtilities::SECONDS_PER_DAY;
+// Elapsed times beyond this many seconds (about 31 million years) are not written.
+constexpr double MAXIMUM_ELAPSED = 1e15;
+constexpr int MAXIMUM_DIGITS = 9;
+
+constexpr bool isFieldLetter(char letter) {
+    switch (letter) {
+        case 'G':
+        case 'y':
+        case 'Q':
+        case 'q':
+        case 'M':
+        case 'L':
+        case 'w':
+        case 'D':
+        case 'd':
+        case 'E':
+        case 'c':
+        case 'e':
+        case 'a':
+        case 'H':
+        case 'h':
+        case 'K':
+        case 'k':
+        case 'm':
+        case 's':
+        case 'S':
+        case 'z':
+            return true;
+        default:
+            return false;
+    }
+}
+
+constexpr bool isHourLetter(char letter) {
+    return letter == 'H' || letter == 'h' || letter == 'K' || letter == 'k';
+}
+constexpr bool isTimeLetter(char letter) {
+    return isHourLetter(letter) || letter == 'a' || letter == 'm' || letter == 's' || letter == 'S';
+}
+constexpr bool isDigit(char character) {
+    return character >= '0' && character <= '9';
+}
+
+// A field that is written as digits (and read as digits) at this length.
+constexpr bool isNumericField(char letter, int count) {
+    switch (letter) {
+        case 'M':
+        case 'L':
+        case 'Q':
+        case 'q':
+        case 'c':
+        case 'e':
+            return count <= 2;
+        case 'G':
+        case 'E':
+        case 'a':
+        case 'z':
+        case 0:
+            return false;
+        default:
+            return true;
+    }
+}
+
+void appendNumber(std::string& out, std::int64_t value, int minimumDigits) {
+    char digits[24];
+    int length = 0;
+    std::uint64_t magnitude =
+        value < 0 ? static_cast<std::uint64_t>(-(value + 1)) + 1 : static_cast<std::uint64_t>(value);
+    do {
+        digits[length++] = static_cast<char>('0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude != 0 && length < 20);
+    if (value < 0) {
+        out.push_back('-');
+    }
+    for (int pad = length; pad < minimumDigits; ++pad) {
+        out.push_back('0');
+    }
+    while (length > 0) {
+        out.push_back(digits[--length]);
+    }
+}
+
+// The byte length of a separator at `position` (blank, punctuation users type between fields,
+// no-break and thin spaces, bidirectional marks), or 0.
+std::size_t separatorLength(std::string_view text, std::size_t position) {
+    const auto byte = static_cast<unsigned char>(text[position]);
+    switch (byte) {
+        case ' ':
+        case '\t':
+        case '/':
+        case '-':
+        case '.':
+        case ',':
+        case ':':
+        case '\'':
+            return 1;
+        default:
+            break;
+    }
+    const std::string_view rest = text.substr(position);
+    if (rest.starts_with("\xC2\xA0") || rest.starts_with("\xD8\x9C")) {  // no-break space, Arabic letter mark
+        return 2;
+    }
+    if (rest.size() >= 3 && rest[0] == '\xE2') {
+        const auto second = static_cast<unsigned char>(rest[1]);
+        const auto third = static_cast<unsigned char>(rest[2]);
+        // U+2000-U+200F spaces and marks, U+202A-U+202F embeddings and narrow no-break space,
+        // U+2066-U+2069 isolates.
+        if ((second == 0x80 && (third <= 0x8F || (third >= 0xAA && third <= 0xAF))) ||
+            (second == 0x81 && third >= 0xA6 && third <= 0xA9)) {
+            return 3;
+        }
+    }
+    return 0;
+}
+
+void skipSeparators(std::string_view text, std::size_t& position) {
+    while (position < text.size()) {
+        const auto length = separatorLength(text, position);
+        if (length == 0) {
+            return;
+        }
+        position += length;
+    }
+}
+
+bool startsWithIgnoringCase(std::string_view text, std::size_t position, std::string_view prefix) {
+    if (prefix.empty() || text.size() - position < prefix.size()) {
+        return false;
+    }
+    return StringUtilities::equalsIgnoreCase(text.substr(position, prefix.size()), prefix);
+}
+
+int codePoints(std::string_view text) {
+    return static_cast<int>(StringUtilities::countUtf8CodePoints(StringUtilities::removeBidiControls(text)));
+}
+
+double today() {
+    return TimeUtilities::datepart(TimeUtilities::now());
+}
+
+}  // namespace
+
+// --- Fields of one value ----------------------------------------------------------------------
+
+struct DateFormatter::Fields {
+    int era = 1;
+    int year = 0;
+    int month = 1;      // the month number as written ("M")
+    int monthName = 1;  // the index of its name
+    int quarter = 1;
+    int weekOfYear = 1;
+    int day = 1;
+    int dayOfYear = 1;
+    int weekday = 0;  // 0 Sunday
+    std::int64_t hours = 0;
+    std::int64_t minutes = 0;  // within the hour, or in all when an elapsed time shows no hour
+    int second = 0;
+    std::int64_t nanoseconds = 0;
+    bool negative = false;
+};
+
+struct DateFormatter::ParsedFields {
+    int era = UNSET;
+    int year = UNSET;
+    int month = UNSET;      // a number as written
+    int monthName = UNSET;  // the index of a name
+    int quarter = UNSET;
+    int week = UNSET;
+    int day = UNSET;
+    int dayOfYear = UNSET;
+    int weekday = UNSET;  // 0 Sunday; in IsoWeek the ISO number 1 Monday to 7 Sunday
+    std::int64_t hours = UNSET;
+    char hourLetter = 0;
+    int dayPeriod = UNSET;  // 0 am, 1 pm
+    std::int64_t minutes = UNSET;
+    int second = UNSET;
+    double fraction = 0.0;
+    bool negative = false;
+};
+
+// --- Construction -----------------------------------------------------------------------------
+
+DateFormatter::DateFormatter(std::string_view pattern, const LocalizationContext& context, Calendar calendar)
+    : pattern_(pattern), calendar_(calendar), zoneId_(context.getTimeZoneId()) {
+    compile(pattern);
+    loadNames(context);
+    if (std::any_of(items_.begin(), items_.end(), [](const Item& item) { return item.letter == 'z'; })) {
+        zone_ = TimeZone::create(zoneId_);
+    }
+    maxLength_ = computeMaxLength();
+}
+
+DateFormatter::~DateFormatter() = default;
+
+std::shared_ptr<const DateFormatter> DateFormatter::create(std::string_view pattern, const LocalizationContext& context,
+                                                           Calendar calendar) {
+    return std::shared_ptr<const DateFormatter>(new DateFormatter(pattern, context, calendar));
+}
+
+void DateFormatter::compile(std::string_view pattern) {
+    auto appendLiteral = [this](std::string_view text) {
+        if (text.empty()) {
+            return;
+        }
+        if (items_.empty() || items_.back().letter != 0) {
+            items_.push_back(Item{0, 0, static_cast<std::uint32_t>(literals_.size()), 0});
+        }
+        literals_.append(text);
+        items_.back().literalLength += static_cast<std::uint32_t>(text.size());
+    };
+    std::size_t position = 0;
+    while (position < pattern.size()) {
+        const char character = pattern[position];
+        if (character == '\'') {
+            if (position + 1 < pattern.size() && pattern[position + 1] == '\'') {
+                appendLiteral("'");
+                position += 2;
+                continue;
+            }
+            // Quoted text up to the closing quote ("''" inside is one quote); an unclosed quote
+            // runs to the end.
+            ++position;
+            while (position < pattern.size()) {
+                if (pattern[position] == '\'') {
+                    if (position + 1 < pattern.size() && pattern[position + 1] == '\'') {
+                        appendLiteral("'");
+                        position += 2;
+                        continue;
+                    }
+                    ++position;
+                    break;
+                }
+                appendLiteral(pattern.substr(position, 1));
+                ++position;
+            }
+            continue;
+        }
+        if (!isFieldLetter(character)) {
+            appendLiteral(pattern.substr(position, 1));
+            ++position;
+            continue;
+        }
+        std::size_t end = position;
+        while (end < pattern.size() && pattern[end] == character) {
+            ++end;
+        }
+        items_.push_back(Item{character, static_cast<int>(end - position), 0, 0});
+        hasTimeFields_ = hasTimeFields_ || isTimeLetter(character);
+        hasDateFields_ = hasDateFields_ || (!isTimeLetter(character) && character != 'z');
+        position = end;
+    }
+}
+
+void DateFormatter::loadNames(const LocalizationContext& context) {
+    auto text = [&context](const std::string& key) -> std::string {
+        const auto found = context.getFormatString(formatterBundle, key);
+        return found ? *found : std::string();
+    };
+    auto load = [&](NameSeries series, std::string_view prefix, int first, int last) {
+        auto& names = names_[series];
+        names.assign(static_cast<std::size_t>(last + 1), std::string());
+        for (int index = first; index <= last; ++index) {
+            names[static_cast<std::size_t>(index)] = text(std::string(prefix) + std::to_string(index));
+        }
+    };
+    if (calendar_ == Calendar::Hebrew) {
+        // Index 14 is the name of Adar (7) in a leap year, "Adar II"; the Hebrew months have no
+        // stand-alone forms of their own.
+        const NameSeries series[] = {MonthWide, MonthAbbreviated, MonthNarrow};
+        const NameSeries standalone[] = {StandaloneMonthWide, StandaloneMonthAbbreviated, StandaloneMonthNarrow};
+        const std::string_view prefixes[] = {"hebrewMonth.wide.", "hebrewMonth.abbreviated.", "hebrewMonth.narrow."};
+        for (int width = 0; width < 3; ++width) {
+            load(series[width], prefixes[width], 1, 14);
+            names_[standalone[width]] = names_[series[width]];
+        }
+        load(EraWide, "hebrewEra.wide.", 0, 0);
+        load(EraAbbreviated, "hebrewEra.abbreviated.", 0, 0);
+        load(EraNarrow, "hebrewEra.narrow.", 0, 0);
+    } else {
+        load(MonthWide, "month.wide.", 1, 12);
+        load(MonthAbbreviated, "month.abbreviated.", 1, 12);
+        load(MonthNarrow, "month.narrow.", 1, 12);
+        load(StandaloneMonthWide, "month.standalone.wide.", 1, 12);
+        load(StandaloneMonthAbbreviated, "month.standalone.abbreviated.", 1, 12);
+        load(StandaloneMonthNarrow, "month.standalone.narrow.", 1, 12);
+        load(EraWide, "era.wide.", 0, 1);
+        load(EraAbbreviated, "era.abbreviated.", 0, 1);
+        load(EraNarrow, "era.narrow.", 0, 1);
+    }
+    load(DayWide, "day.wide.", 0, 6);
+    load(DayAbbreviated, "day.abbreviated.", 0, 6);
+    load(DayShort, "day.short.", 0, 6);
+    load(DayNarrow, "day.narrow.", 0, 6);
+    load(StandaloneDayWide, "day.standalone.wide.", 0, 6);
+    load(StandaloneDayAbbreviated, "day.standalone.abbreviated.", 0, 6);
+    load(StandaloneDayShort, "day.standalone.short.", 0, 6);
+    load(StandaloneDayNarrow, "day.standalone.narrow.", 0, 6);
+    load(QuarterWide, "quarter.wide.", 1, 4);
+    load(QuarterAbbreviated, "quarter.abbreviated.", 1, 4);
+    load(QuarterNarrow, "quarter.narrow.", 1, 4);
+    load(StandaloneQuarterWide, "quarter.standalone.wide.", 1, 4);
+    load(StandaloneQuarterAbbreviated, "quarter.standalone.abbreviated.", 1, 4);
+    load(StandaloneQuarterNarrow, "quarter.standalone.narrow.", 1, 4);
+    names_[DayPeriod] = {text("am"), text("pm")};
+
+    int firstDay = 0;
+    if (const auto first = context.getFormatString(formatterBundle, "firstDayOfWeek");
+        first && StringUtilities::tryParseInt(*first, firstDay) && firstDay >= 0 && firstDay <= 6) {
+        firstDayOfWeek_ = firstDay;
+    }
+    int minimalDays = 1;
+    if (const auto minimal = context.getFormatString(formatterBundle, "minimalDaysInFirstWeek");
+        minimal && StringUtilities::tryParseInt(*minimal, minimalDays) && minimalDays >= 1 && minimalDays <= 7) {
+        minimalDaysInFirstWeek_ = minimalDays;
+    }
+}
+
+int DateFormatter::seriesOf(char letter, int count) {
+    switch (letter) {
+        case 'G':
+            return count <= 3 ? EraAbbreviated : count == 4 ? EraWide : EraNarrow;
+        case 'M':
+            return count <= 2 ? -1 : count == 3 ? MonthAbbreviated : count == 4 ? MonthWide : MonthNarrow;
+        case 'L':
+            return count <= 2   ? -1
+                   : count == 3 ? StandaloneMonthAbbreviated
+                   : count == 4 ? StandaloneMonthWide
+                                : StandaloneMonthNarrow;
+        case 'Q':
+            return count <= 2 ? -1 : count == 3 ? QuarterAbbreviated : count == 4 ? QuarterWide : QuarterNarrow;
+        case 'q':
+            return count <= 2   ? -1
+                   : count == 3 ? StandaloneQuarterAbbreviated
+                   : count == 4 ? StandaloneQuarterWide
+                                : StandaloneQuarterNarrow;
+        case 'E':
+            return count <= 3 ? DayAbbreviated : count == 4 ? DayWide : count == 5 ? DayNarrow : DayShort;
+        case 'e':
+            return count <= 2   ? -1
+                   : count == 3 ? DayAbbreviated
+                   : count == 4 ? DayWide
+                   : count == 5 ? DayNarrow
+                                : DayShort;
+        case 'c':
+            return count <= 2   ? -1
+                   : count == 3 ? StandaloneDayAbbreviated
+                   : count == 4 ? StandaloneDayWide
+                   : count == 5 ? StandaloneDayNarrow
+                                : StandaloneDayShort;
+        case 'a':
+            return DayPeriod;
+        default:
+            return -1;
+    }
+}
+
+int DateFormatter::computeMaxLength() const {
+    int total = 0;
+    for (const auto& item : items_) {
+        if (item.letter == 0) {
+            total += codePoints(std::string_view(literals_).substr(item.literalStart, item.literalLength));
+            continue;
+        }
+        if (item.letter == 'z') {
+            const int current = zone_ ? codePoints(*zone_->getName()) : codePoints(zoneId_);
+            total += std::max(current, 6);
+            continue;
+        }
+        const int series = seriesOf(item.letter, item.count);
+        if (series >= 0) {
+            int longest = 0;
+            for (const auto& name : names_[static_cast<std::size_t>(series)]) {
+                longest = std::max(longest, codePoints(name));
+            }
+            total += longest;
+            continue;
+        }
+        switch (item.letter) {
+            case 'y':
+                total += item.count == 2 ? 2 : std::max(item.count, 4);
+                break;
+            case 'D':
+                total += std::max(item.count, 3);
+                break;
+            case 'S':
+                total += item.count;
+                break;
+            default:
+                total += std::max(item.count, 2);
+                break;
+        }
+    }
+    return total;
+}
+
+int DateFormatter::getMaxFormattedStringLength(std::string_view pattern, const LocalizationContext& context) {
+    return DateFormatter(pattern, context, Calendar::Gregorian).getMaxFormattedStringLength();
+}
+
+double DateFormatter::getIncrementPeriod() const {
+    double smallest = 0.0;
+    for (const auto& item : items_) {
+        double step = 0.0;
+        switch (item.letter) {
+            case 'S':
+                step = std::pow(10.0, -item.count);
+                break;
+            case 's':
+                step = 1.0;
+                break;
+            case 'm':
+                step = 60.0;
+                break;
+            case 'H':
+            case 'h':
+            case 'K':
+            case 'k':
+                step = 3600.0;
+                break;
+            case 'a':
+                step = TimeUtilities::SECONDS_PER_DAY / 2.0;
+                break;
+            case 'd':
+            case 'D':
+            case 'E':
+            case 'c':
+            case 'e':
+                step = TimeUtilities::SECONDS_PER_DAY;
+                break;
+            case 'w':
+                step = WEEK;
+                break;
+            case 'M':
+            case 'L':
+                step = AVERAGE_MONTH;
+                break;
+            case 'Q':
+            case 'q':
+                step = 3.0 * AVERAGE_MONTH;
+                break;
+            case 'y':
+            case 'G':
+                step = AVERAGE_YEAR;
+                break;
+            default:
+                continue;
+        }
+        smallest = smallest == 0.0 ? step : std::min(smallest, step);
+    }
+    return smallest;
+}
+
+double DateFormatter::getCyclePeriod() const {
+    bool month = false;
+    bool dayOfMonth = false;
+    bool weekday = false;
+    for (const auto& item : items_) {
+        switch (item.letter) {
+            case 'y':
+            case 'G':
+                return 0.0;
+            case 'M':
+            case 'L':
+            case 'Q':
+            case 'q':
+            case 'w':
+            case 'D':
+                month = true;
+                break;
+            case 'd':
+                dayOfMonth = true;
+                break;
+            case 'E':
+            case 'c':
+            case 'e':
+                weekday = true;
+                break;
+            default:
+                break;
+        }
+    }
+    if (month) {
+        return AVERAGE_YEAR;
+    }
+    if (dayOfMonth) {
+        return AVERAGE_MONTH;
+    }
+    if (weekday) {
+        return WEEK;
+    }
+    return hasTimeFields_ ? TimeUtilities::SECONDS_PER_DAY : 0.0;
+}
+
+// --- Formatting -------------------------------------------------------------------------------
+
+bool DateFormatter::computeFields(double value, ValueKind kind, Fields& fields) const {
+    if (!std::isfinite(value)) {
+        return false;
+    }
+    double dayNumber = 0.0;
+    if (kind == ValueKind::ElapsedTime) {
+        if (std::fabs(value) >= MAXIMUM_ELAPSED) {
+            return false;
+        }
+        fields.negative = value < 0;
+        const double magnitude = std::fabs(value);
+        const double whole = std::floor(magnitude);
+        const auto seconds = static_cast<std::int64_t>(whole);
+        fields.nanoseconds = std::min<std::int64_t>(std::llround((magnitude - whole) * 1e9), 999999999);
+        fields.second = static_cast<int>(seconds % 60);
+        const bool showsHours =
+            std::any_of(items_.begin(), items_.end(), [](const Item& item) { return isHourLetter(item.letter); });
+        fields.hours = seconds / 3600;
+        fields.minutes = showsHours ? (seconds / 60) % 60 : seconds / 60;
+    } else if (kind == ValueKind::Date) {
+        dayNumber = std::floor(value);
+    } else {
+        dayNumber = std::floor(value / TimeUtilities::SECONDS_PER_DAY);
+        const double timeOfDay = value - dayNumber * TimeUtilities::SECONDS_PER_DAY;
+        const double whole = std::floor(timeOfDay);
+        const auto seconds = std::min<std::int64_t>(static_cast<std::int64_t>(whole), 86399);
+        fields.nanoseconds = std::min<std::int64_t>(std::llround((timeOfDay - whole) * 1e9), 999999999);
+        fields.hours = seconds / 3600;
+        fields.minutes = (seconds / 60) % 60;
+        fields.second = static_cast<int>(seconds % 60);
+    }
+    if (!hasDateFields_ && kind != ValueKind::Date) {
+        return true;
+    }
+    if (dayNumber < TimeUtilities::FIRST_DAY_NUMBER || dayNumber > TimeUtilities::LAST_DAY_NUMBER) {
+        return false;
+    }
+    fields.weekday = TimeUtilities::dow(dayNumber) - 1;
+    if (calendar_ == Calendar::Hebrew) {
+        int month = 0;
+        if (!HebrewCalendar::getDate(dayNumber, fields.year, month, fields.day)) {
+            return false;
+        }
+        const bool leap = HebrewCalendar::isLeapYear(fields.year);
+        fields.month = HebrewCalendar::getOrdinalMonth(month, fields.year);
+        fields.monthName = leap && month == HebrewCalendar::ADAR ? 14 : month;
+        fields.dayOfYear = static_cast<int>(dayNumber - HebrewCalendar::getNewYear(fields.year)) + 1;
+        fields.quarter = (fields.month - 1) / 3 + 1;
+        fields.weekOfYear = (fields.dayOfYear - 1) / 7 + 1;
+        return true;
+    }
+    if (calendar_ == Calendar::IsoWeek) {
+        fields.year = TimeUtilities::isoWeekYear(dayNumber);
+        fields.weekOfYear = TimeUtilities::isoWeek(dayNumber);
+        fields.day = fields.weekday == 0 ? 7 : fields.weekday;
+        return true;
+    }
+    if (!TimeUtilities::getDate(dayNumber, fields.year, fields.month, fields.day)) {
+        return false;
+    }
+    fields.monthName = fields.month;
+    fields.quarter = (fields.month - 1) / 3 + 1;
+    fields.dayOfYear = static_cast<int>(dayNumber - TimeUtilities::mdy(1, 1, fields.year)) + 1;
+
+    // The week of the year by the locale's rules: week 1 is the first week (starting on the
+    // locale's first weekday) that has at least minimalDaysInFirstWeek days of the year; days
+    // before it belong to the last week of the year before, and the days of a last week that
+    // does qualify as the next year's week 1 belong to that.
+    const int relativeWeekday = (fields.weekday - firstDayOfWeek_ + 7) % 7;
+    auto weekOfDay = [this, relativeWeekday](int dayOfYear) {
+        const int weekdayOfFirst = ((relativeWeekday - dayOfYear + 1) % 7 + 7) % 7;
+        int week = (dayOfYear - 1 + weekdayOfFirst) / 7;
+        if (7 - weekdayOfFirst >= minimalDaysInFirstWeek_) {
+            ++week;
+        }
+        return week;
+    };
+    int week = weekOfDay(fields.dayOfYear);
+    if (week == 0) {
+        week = weekOfDay(fields.dayOfYear + TimeUtilities::getDaysInYear(fields.year - 1));
+    } else {
+        const int daysInYear = TimeUtilities::getDaysInYear(fields.year);
+        const int lastRelativeWeekday = (relativeWeekday + daysInYear - fields.dayOfYear) % 7;
+        if (fields.dayOfYear >= daysInYear - 5 && 6 - lastRelativeWeekday >= minimalDaysInFirstWeek_ &&
+            fields.dayOfYear + 7 - relativeWeekday > daysInYear) {
+            week = 1;
+        }
+    }
+    fields.weekOfYear = week;
+    return true;
+}
+
+std::string_view DateFormatter::zoneName(double value, ValueKind kind) const {
+    if (!zone_) {
+        return zoneId_;
+    }
+    if (kind == ValueKind::DateTime) {
+        return *zone_->getName(value, DateType::Wall);
+    }
+    return *zone_->getName();
+}
+
+void DateFormatter::writeField(const Item& item, const Fields& fields, std::string& out) const {
+    const int series = seriesOf(item.letter, item.count);
+    if (series >= 0) {
+        int index = 0;
+        switch (item.letter) {
+            case 'G':
+                index = calendar_ == Calendar::Hebrew ? 0 : fields.era;
+                break;
+            case 'M':
+            case 'L':
+                index = fields.monthName;
+                break;
+            case 'Q':
+            case 'q':
+                index = fields.quarter;
+                break;
+            case 'a':
+                index = fields.hours % 24 >= 12 ? 1 : 0;
+                break;
+            default:
+                index = fields.weekday;
+                break;
+        }
+        const auto& names = names_[static_cast<std::size_t>(series)];
+        if (index >= 0 && static_cast<std::size_t>(index) < names.size()) {
+            out.append(names[static_cast<std::size_t>(index)]);
+        }
+        return;
+    }
+    const int count = item.count;
+    switch (item.letter) {
+        case 'y':
+            if (count == 2) {
+                appendNumber(out, fields.year % 100, 2);
+            } else {
+                appendNumber(out, fields.year, count);
+            }
+            break;
+        case 'M':
+        case 'L':
+            appendNumber(out, fields.month, count);
+            break;
+        case 'Q':
+        case 'q':
+            appendNumber(out, fields.quarter, count);
+            break;
+        case 'w':
+            appendNumber(out, fields.weekOfYear, count);
+            break;
+        case 'D':
+            appendNumber(out, fields.dayOfYear, count);
+            break;
+        case 'd':
+            appendNumber(out, fields.day, count);
+            break;
+        case 'c':
+        case 'e':
+            appendNumber(out, (fields.weekday - firstDayOfWeek_ + 7) % 7 + 1, count);
+            break;
+        case 'H':
+            appendNumber(out, fields.hours, count);
+            break;
+        case 'h': {
+            const auto hour = fields.hours % 12;
+            appendNumber(out, hour == 0 ? 12 : hour, count);
+            break;
+        }
+        case 'K':
+            appendNumber(out, fields.hours % 12, count);
+            break;
+        case 'k':
+            appendNumber(out, fields.hours == 0 ? 24 : fields.hours, count);
+            break;
+        case 'm':
+            appendNumber(out, fields.minutes, count);
+            break;
+        case 's':
+            appendNumber(out, fields.second, count);
+            break;
+        case 'S': {
+            // Truncated, not rounded, so that 59.9996 seconds never shows as 60.
+            const int shown = std::min(count, MAXIMUM_DIGITS);
+            std::int64_t digits = fields.nanoseconds;
+            for (int drop = shown; drop < MAXIMUM_DIGITS; ++drop) {
+                digits /= 10;
+            }
+            appendNumber(out, digits, shown);
+            out.append(static_cast<std::size_t>(count - shown), '0');
+            break;
+        }
+        default:
+            break;
+    }
+}
+
+bool DateFormatter::format(double value, ValueKind kind, std::string& out) const {
+    Fields fields;
+    if (!computeFields(value, kind, fields)) {
+        return false;
+    }
+    if (fields.negative) {
+        out.push_back('-');
+    }
+    for (const auto& item : items_) {
+        if (item.letter == 0) {
+            out.append(literals_, item.literalStart, item.literalLength);
+        } else if (item.letter == 'z') {
+            out.append(zoneName(value, kind));
+        } else {
+            writeField(item, fields, out);
+        }
+    }
+    return true;
+}
+
+// --- Parsing ----------------------------------------------------------------------------------
+
+bool DateFormatter::matchName(char letter, std::string_view text, std::size_t& position, int& index) const {
+    // Every form of the field's names may be typed; the longest that matches wins ("June"
+    // before "Jun"), and a name may be typed without its abbreviating period ("Sept" for "Sept.").
+    NameSeries first = DayPeriod;
+    NameSeries last = DayPeriod;
+    switch (letter) {
+        case 'G':
+            first = EraWide, last = EraNarrow;
+            break;
+        case 'M':
+        case 'L':
+            first = MonthWide, last = StandaloneMonthNarrow;
+            break;
+        case 'Q':
+        case 'q':
+            first = QuarterWide, last = StandaloneQuarterNarrow;
+            break;
+        case 'E':
+        case 'c':
+        case 'e':
+            first = DayWide, last = StandaloneDayNarrow;
+            break;
+        default:
+            break;
+    }
+    std::size_t bestLength = 0;
+    int bestIndex = UNSET;
+    bool ambiguous = false;
+    for (int series = first; series <= last; ++series) {
+        const auto& names = names_[static_cast<std::size_t>(series)];
+        for (std::size_t candidate = 0; candidate < names.size(); ++candidate) {
+            std::string_view name = names[candidate];
+            for (int variant = 0; variant < 2 && !name.empty(); ++variant) {
+                if (startsWithIgnoringCase(text, position, name)) {
+                    const int found = static_cast<int>(candidate);
+                    if (name.size() > bestLength) {
+                        bestLength = name.size();
+                        bestIndex = found;
+                        ambiguous = false;
+                    } else if (name.size() == bestLength && found != bestIndex) {
+                        ambiguous = true;  // a narrow "J" is January, June or July
+                    }
+                }
+                if (!name.ends_with('.')) {
+                    break;
+                }
+                name.remove_suffix(1);
+            }
+        }
+    }
+    if (letter == 'a') {
+        constexpr std::string_view latin[] = {"am", "pm", "a.m.", "p.m."};
+        for (std::size_t candidate = 0; candidate < std::size(latin); ++candidate) {
+            if (latin[candidate].size() > bestLength && startsWithIgnoringCase(text, position, latin[candidate])) {
+                bestLength = latin[candidate].size();
+                bestIndex = static_cast<int>(candidate % 2);
+                ambiguous = false;
+            }
+        }
+    }
+    if (bestIndex == UNSET || ambiguous) {
+        return false;
+    }
+    if (calendar_ == Calendar::Hebrew && (letter == 'M' || letter == 'L') && bestIndex == 14) {
+        bestIndex = HebrewCalendar::ADAR;
+    }
+    position += bestLength;
+    index = bestIndex;
+    return true;
+}
+
+bool DateFormatter::parseField(const Item& item, bool nextIsNumeric, std::string_view text, std::size_t& position,
+                               ParsedFields& parsed) const {
+    skipSeparators(text, position);
+    const char letter = item.letter;
+    if (letter == 'z') {
+        // The zone is written for the reader; the value is wall-clock time whatever it says.
+        while (position < text.size() && text[position] != ' ' && separatorLength(text, position) == 0) {
+            ++position;
+        }
+        return true;
+    }
+    if (!isNumericField(letter, item.count)) {
+        int index = 0;
+        const std::size_t start = position;
+        if (matchName(letter, text, position, index)) {
+            switch (letter) {
+                case 'G':
+                    parsed.era = calendar_ == Calendar::Hebrew ? 1 : index;
+                    break;
+                case 'M':
+                case 'L':
+                    parsed.monthName = index;
+                    break;
+                case 'Q':
+                case 'q':
+                    parsed.quarter = index;
+                    break;
+                case 'a':
+                    parsed.dayPeriod = index;
+                    break;
+                default:
+                    parsed.weekday = index;
+                    break;
+            }
+            return true;
+        }
+        position = start;
+        if (letter == 'a') {
+            return true;  // "13:30" read by "hh:mm a"
+        }
+        if (letter != 'M' && letter != 'L' && letter != 'Q' && letter != 'q') {
+            return false;
+        }
+        // A month or quarter typed as a number reads like its numeric form.
+    }
+    const int maximumDigits = nextIsNumeric ? std::max(item.count, letter == 'y' ? 2 : 1) : MAXIMUM_DIGITS;
+    std::int64_t number = 0;
+    int digits = 0;
+    while (position < text.size() && isDigit(text[position]) && digits < maximumDigits) {
+        number = number * 10 + (text[position] - '0');
+        ++position;
+        ++digits;
+    }
+    if (digits == 0) {
+        return false;
+    }
+    const int small = static_cast<int>(std::min<std::int64_t>(number, std::numeric_limits<int>::max()));
+    switch (letter) {
+        case 'y':
+            if (digits <= 2) {
+                parsed.year = calendar_ == Calendar::Hebrew ? 5700 + small : TimeUtilities::expandTwoDigitYear(small);
+            } else {
+                parsed.year = small;
+            }
+            break;
+        case 'M':
+        case 'L':
+            parsed.month = small;
+            break;
+        case 'Q':
+        case 'q':
+            parsed.quarter = small;
+            break;
+        case 'w':
+            parsed.week = small;
+            break;
+        case 'D':
+            parsed.dayOfYear = small;
+            break;
+        case 'd':
+            if (calendar_ == Calendar::IsoWeek) {
+                parsed.weekday = small;
+            } else {
+                parsed.day = small;
+            }
+            break;
+        case 'c':
+        case 'e':
+            parsed.weekday = (small - 1 + firstDayOfWeek_) % 7;
+            break;
+        case 'H':
+        case 'h':
+        case 'K':
+        case 'k':
+            parsed.hours = number;
+            parsed.hourLetter = letter;
+            break;
+        case 'm':
+            parsed.minutes = number;
+            break;
+        case 's':
+            parsed.second = small;
+            break;
+        case 'S':
+            parsed.fraction = static_cast<double>(number) / std::pow(10.0, digits);
+            break;
+        default:
+            return false;
+    }
+    return true;
+}
+
+bool DateFormatter::parseItems(std::string_view text, ParsedFields& parsed) const {
+    std::size_t position = 0;
+    for (std::size_t index = 0; index < items_.size(); ++index) {
+        const Item& item = items_[index];
+        if (item.letter != 0) {
+            const bool nextIsNumeric =
+                index + 1 < items_.size() && isNumericField(items_[index + 1].letter, items_[index + 1].count);
+            if (!parseField(item, nextIsNumeric, text, position, parsed)) {
+                return false;
+            }
+            continue;
+        }
+        // Literal text: its separators stand for any separators, or none; everything else must be
+        // typed as it stands, letters in any case.
+        const std::string_view literal = std::string_view(literals_).substr(item.literalStart, item.literalLength);
+        std::size_t at = 0;
+        while (at < literal.size()) {
+            if (const auto length = separatorLength(literal, at); length > 0) {
+                at += length;
+                continue;
+            }
+            skipSeparators(text, position);
+            if (position >= text.size() ||
+                StringUtilities::toLowerAscii(text[position]) != StringUtilities::toLowerAscii(literal[at])) {
+                return false;
+            }
+            ++position;
+            ++at;
+        }
+    }
+    skipSeparators(text, position);
+    return position == text.size();
+}
+
+bool DateFormatter::resolveDay(const ParsedFields& parsed, double& dayNumber) const {
+    if (parsed.era == 0) {
+        return false;  // the calendar has no dates before the common era
+    }
+    const double now = today();
+    if (calendar_ == Calendar::Hebrew) {
+        int currentYear = 0;
+        int currentMonth = 0;
+        int currentDay = 0;
+        HebrewCalendar::getDate(now, currentYear, currentMonth, currentDay);
+        const int year = parsed.year != UNSET ? parsed.year : currentYear;
+        int month = HebrewCalendar::TISHRI;
+        if (parsed.monthName != UNSET) {
+            month = parsed.monthName;
+        } else if (parsed.month != UNSET) {
+            month = HebrewCalendar::getMonthFromOrdinal(parsed.month, year);
+        }
+        dayNumber = HebrewCalendar::toDayNumber(year, month, parsed.day != UNSET ? parsed.day : 1);
+        return !std::isnan(dayNumber);
+    }
+    if (calendar_ == Calendar::IsoWeek) {
+        const int year = parsed.year != UNSET ? parsed.year : TimeUtilities::isoWeekYear(now);
+        const int week = parsed.week != UNSET ? parsed.week : 1;
+        const int weekday = parsed.weekday != UNSET ? parsed.weekday : 1;
+        const double fourthOfJanuary = TimeUtilities::mdy(1, 4, year);
+        if (std::isnan(fourthOfJanuary) || week < 1 || week > 53 || weekday < 1 || weekday > 7) {
+            return false;
+        }
+        // Week 1 is the week (from Monday) that holds 4 January.
+        const double monday = fourthOfJanuary - (TimeUtilities::dow(fourthOfJanuary) + 5) % 7;
+        const double day = monday + (week - 1) * 7 + (weekday - 1);
+        if (TimeUtilities::isoWeekYear(day) != year) {
+            return false;
+        }
+        dayNumber = day;
+        return true;
+    }
+    const bool hasYearPart = parsed.year != UNSET || parsed.month != UNSET || parsed.monthName != UNSET ||
+                             parsed.quarter != UNSET || parsed.day != UNSET || parsed.dayOfYear != UNSET ||
+                             parsed.week != UNSET;
+    if (!hasYearPart && parsed.weekday != UNSET) {
+        // A weekday alone names that day of the current week.
+        dayNumber = now - (TimeUtilities::dow(now) - 1) + parsed.weekday;
+        return true;
+    }
+    const int year = parsed.year != UNSET ? parsed.year : TimeUtilities::year(now);
+    const double firstOfYear = TimeUtilities::mdy(1, 1, year);
+    if (std::isnan(firstOfYear)) {
+        return false;
+    }
+    const bool hasMonth = parsed.month != UNSET || parsed.monthName != UNSET;
+    if (parsed.dayOfYear != UNSET && !hasMonth) {
+        if (parsed.dayOfYear < 1 || parsed.dayOfYear > TimeUtilities::getDaysInYear(year)) {
+            return false;
+        }
+        dayNumber = firstOfYear + parsed.dayOfYear - 1;
+        return true;
+    }
+    if (parsed.week != UNSET && !hasMonth && parsed.day == UNSET) {
+        // The first day of week 1 by the locale's rules, then whole weeks and the weekday.
+        const int weekdayOfFirst = (TimeUtilities::dow(firstOfYear) - 1 - firstDayOfWeek_ + 7) % 7;
+        double weekOne = firstOfYear - weekdayOfFirst;
+        if (7 - weekdayOfFirst < minimalDaysInFirstWeek_) {
+            weekOne += 7;
+        }
+        const int offset = parsed.weekday != UNSET ? (parsed.weekday - firstDayOfWeek_ + 7) % 7 : 0;
+        if (parsed.week < 1 || parsed.week > 53) {
+            return false;
+        }
+        dayNumber = weekOne + (parsed.week - 1) * 7 + offset;
+        return true;
+    }
+    int month = 1;
+    if (parsed.monthName != UNSET) {
+        month = parsed.monthName;
+    } else if (parsed.month != UNSET) {
+        month = parsed.month;
+    } else if (parsed.quarter != UNSET) {
+        if (parsed.quarter < 1 || parsed.quarter > 4) {
+            return false;
+        }
+        month = parsed.quarter * 3 - 2;
+    }
+    dayNumber = TimeUtilities::mdy(month, parsed.day != UNSET ? parsed.day : 1, year);
+    return !std::isnan(dayNumber);
+}
+
+bool DateFormatter::resolveSeconds(const ParsedFields& parsed, ValueKind kind, double& seconds) const {
+    const bool elapsed = kind == ValueKind::ElapsedTime;
+    std::int64_t hours = parsed.hours != UNSET ? parsed.hours : 0;
+    if (parsed.hours != UNSET && !elapsed) {
+        const bool twelveHour = parsed.hourLetter == 'h' || parsed.hourLetter == 'K';
+        if (parsed.hourLetter == 'k' && hours == 24) {
+            hours = 0;
+        }
+        if (parsed.dayPeriod != UNSET && twelveHour) {
+            if (hours > 12 || (parsed.hourLetter == 'h' && hours == 0)) {
+                return false;
+            }
+            hours = hours % 12 + (parsed.dayPeriod == 1 ? 12 : 0);
+        }
+        if (hours > 23) {
+            return false;
+        }
+    }
+    const bool minutesLead = elapsed && parsed.hours == UNSET;
+    const std::int64_t minutes = parsed.minutes != UNSET ? parsed.minutes : 0;
+    const int second = parsed.second != UNSET ? parsed.second : 0;
+    if ((!minutesLead && minutes > 59) || second > 59 || hours > 1000000000LL || minutes > 60000000000LL) {
+        return false;
+    }
+    const double magnitude =
+        static_cast<double>(hours) * 3600.0 + static_cast<double>(minutes) * 60.0 + second + parsed.fraction;
+    seconds = parsed.negative ? -magnitude : magnitude;
+    return true;
+}
+
+bool DateFormatter::resolve(const ParsedFields& parsed, ValueKind kind, double& value) const {
+    double seconds = 0.0;
+    if (kind != ValueKind::Date && !resolveSeconds(parsed, kind, seconds)) {
+        return false;
+    }
+    if (kind == ValueKind::ElapsedTime || (!hasDateFields_ && kind != ValueKind::Date)) {
+        value = seconds;
+        return true;
+    }
+    double dayNumber = 0.0;
+    if (!resolveDay(parsed, dayNumber)) {
+        return false;
+    }
+    value = kind == ValueKind::Date ? dayNumber : dayNumber * TimeUtilities::SECONDS_PER_DAY + seconds;
+    return true;
+}
+
+bool DateFormatter::parse(std::string_view text, ValueKind kind, double& value) const {
+    ParsedFields parsed;
+    if (kind == ValueKind::ElapsedTime) {
+        text = StringUtilities::trimLeft(text);
+        if (text.starts_with('-')) {
+            text.remove_prefix(1);
+            parsed.negative = true;
+        }
+    }
+    if (items_.empty() || !parseItems(text, parsed)) {
+        return false;
+    }
+    return resolve(parsed, kind, value);
+}
+
+}  // namespace pellium
