@@ -158,6 +158,20 @@ int codePoints(std::string_view text) {
     return static_cast<int>(StringUtilities::countUtf8CodePoints(StringUtilities::removeBidiControls(text)));
 }
 
+// The fraction of a second of `value`, rounded to the power of ten of nanoseconds that the
+// double still resolves at that magnitude, so that the error of binary fractions does not show:
+// a date-time of the year 2500 ending in .522 seconds is stored as ...521999 and must show 522
+// milliseconds.
+std::int64_t fractionInNanoseconds(double value, double fraction) {
+    const double resolution = (std::nextafter(value, std::numeric_limits<double>::infinity()) - value) * 1e9;
+    std::int64_t step = 1;
+    while (static_cast<double>(step) < resolution && step < 1000000000) {
+        step *= 10;
+    }
+    const std::int64_t rounded = std::llround(fraction * 1e9 / static_cast<double>(step)) * step;
+    return std::min<std::int64_t>(rounded, 1000000000 - step);
+}
+
 double today() {
     return TimeUtilities::datepart(TimeUtilities::now());
 }
@@ -530,7 +544,7 @@ bool DateFormatter::computeFields(double value, ValueKind kind, Fields& fields) 
         const double magnitude = std::fabs(value);
         const double whole = std::floor(magnitude);
         const auto seconds = static_cast<std::int64_t>(whole);
-        fields.nanoseconds = std::min<std::int64_t>(std::llround((magnitude - whole) * 1e9), 999999999);
+        fields.nanoseconds = fractionInNanoseconds(magnitude, magnitude - whole);
         fields.second = static_cast<int>(seconds % 60);
         const bool showsHours =
             std::any_of(items_.begin(), items_.end(), [](const Item& item) { return isHourLetter(item.letter); });
@@ -543,7 +557,7 @@ bool DateFormatter::computeFields(double value, ValueKind kind, Fields& fields) 
         const double timeOfDay = value - dayNumber * TimeUtilities::SECONDS_PER_DAY;
         const double whole = std::floor(timeOfDay);
         const auto seconds = std::min<std::int64_t>(static_cast<std::int64_t>(whole), 86399);
-        fields.nanoseconds = std::min<std::int64_t>(std::llround((timeOfDay - whole) * 1e9), 999999999);
+        fields.nanoseconds = fractionInNanoseconds(value, timeOfDay - whole);
         fields.hours = seconds / 3600;
         fields.minutes = (seconds / 60) % 60;
         fields.second = static_cast<int>(seconds % 60);
@@ -674,7 +688,9 @@ void DateFormatter::writeField(const Item& item, const Fields& fields, std::stri
         case 'd':
             appendNumber(out, fields.day, count);
             break;
-        case 'c':
+        case 'c':  // "cc" writes one digit, as "c" does
+            appendNumber(out, (fields.weekday - firstDayOfWeek_ + 7) % 7 + 1, 1);
+            break;
         case 'e':
             appendNumber(out, (fields.weekday - firstDayOfWeek_ + 7) % 7 + 1, count);
             break;

@@ -140,8 +140,10 @@ class Cldr {
 
 // --- Producers: each returns [key, value] pairs of one family of keys ------------------------------
 
+// The texts of the pattern letter "a": the wide format forms, which date formats write (ICU's
+// AmPmMarkers; the abbreviated forms differ in Thai and Persian, and in spacing in Spanish).
 function dayPeriodKeys(cldr, locale) {
-    const periods = cldr.gregorian(cldr.resolveId(locale)).dayPeriods.format.abbreviated;
+    const periods = cldr.gregorian(cldr.resolveId(locale)).dayPeriods.format.wide;
     return [['am', periods.am], ['pm', periods.pm]];
 }
 
