@@ -540,7 +540,7 @@ bool DateFormatter::computeFields(double value, ValueKind kind, Fields& fields) 
         if (std::fabs(value) >= MAXIMUM_ELAPSED) {
             return false;
         }
-        fields.negative = value < 0;
+        fields.negative = std::signbit(value);  // -0.0 is the "-0" that HOUR writes for -1800
         const double magnitude = std::fabs(value);
         const double whole = std::floor(magnitude);
         const auto seconds = static_cast<std::int64_t>(whole);
@@ -823,7 +823,7 @@ bool DateFormatter::matchName(char letter, std::string_view text, std::size_t& p
     return true;
 }
 
-bool DateFormatter::parseField(const Item& item, bool nextIsNumeric, std::string_view text, std::size_t& position,
+bool DateFormatter::parseField(const Item& item, bool inNumericRun, std::string_view text, std::size_t& position,
                                ParsedFields& parsed) const {
     skipSeparators(text, position);
     const char letter = item.letter;
@@ -868,7 +868,8 @@ bool DateFormatter::parseField(const Item& item, bool nextIsNumeric, std::string
         }
         // A month or quarter typed as a number reads like its numeric form.
     }
-    const int maximumDigits = nextIsNumeric ? std::max(item.count, letter == 'y' ? 2 : 1) : MAXIMUM_DIGITS;
+    const int fixedDigits = std::max(item.count, letter == 'y' ? 2 : 1);
+    const int maximumDigits = inNumericRun ? fixedDigits : MAXIMUM_DIGITS;
     std::int64_t number = 0;
     int digits = 0;
     while (position < text.size() && isDigit(text[position]) && digits < maximumDigits) {
@@ -876,7 +877,7 @@ bool DateFormatter::parseField(const Item& item, bool nextIsNumeric, std::string
         ++position;
         ++digits;
     }
-    if (digits == 0) {
+    if (digits == 0 || (inNumericRun && digits != fixedDigits)) {
         return false;
     }
     const int small = static_cast<int>(std::min<std::int64_t>(number, std::numeric_limits<int>::max()));
@@ -940,9 +941,12 @@ bool DateFormatter::parseItems(std::string_view text, ParsedFields& parsed) cons
     for (std::size_t index = 0; index < items_.size(); ++index) {
         const Item& item = items_[index];
         if (item.letter != 0) {
-            const bool nextIsNumeric =
-                index + 1 < items_.size() && isNumericField(items_[index + 1].letter, items_[index + 1].count);
-            if (!parseField(item, nextIsNumeric, text, position, parsed)) {
+            // Numeric fields written next to each other ("yyyyDDD") take exactly their digits.
+            const bool inNumericRun =
+                isNumericField(item.letter, item.count) &&
+                ((index + 1 < items_.size() && isNumericField(items_[index + 1].letter, items_[index + 1].count)) ||
+                 (index > 0 && isNumericField(items_[index - 1].letter, items_[index - 1].count)));
+            if (!parseField(item, inNumericRun, text, position, parsed)) {
                 return false;
             }
             continue;
@@ -1052,7 +1056,12 @@ bool DateFormatter::resolveDay(const ParsedFields& parsed, double& dayNumber) co
         }
         month = parsed.quarter * 3 - 2;
     }
-    dayNumber = TimeUtilities::mdy(month, parsed.day != UNSET ? parsed.day : 1, year);
+    const int day = parsed.day != UNSET ? parsed.day : 1;
+    dayNumber = TimeUtilities::mdy(month, day, year);
+    // 29 February typed without a year means the last one there was.
+    for (int earlier = year - 1; std::isnan(dayNumber) && parsed.year == UNSET && earlier >= year - 8; --earlier) {
+        dayNumber = TimeUtilities::mdy(month, day, earlier);
+    }
     return !std::isnan(dayNumber);
 }
 

@@ -134,7 +134,7 @@ private:
     static int seriesOf(char letter, int count);
 
     bool parseItems(std::string_view text, ParsedFields& parsed) const;
-    bool parseField(const Item& item, bool nextIsNumeric, std::string_view text, std::size_t& position,
+    bool parseField(const Item& item, bool inNumericRun, std::string_view text, std::size_t& position,
                     ParsedFields& parsed) const;
     bool matchName(char letter, std::string_view text, std::size_t& position, int& index) const;
     bool resolve(const ParsedFields& parsed, ValueKind kind, double& value) const;

@@ -56,6 +56,8 @@ public:
     void initWithPattern(std::string_view pattern);
     void addFallbackParserWithPattern(std::string_view pattern);
 
+    /// What the values of this format count (a day, a time, a date-time or a duration).
+    DateFormatter::ValueKind getValueKind() const { return kind_; }
     const std::shared_ptr<const DateFormatter>& getDisplayFormatter() const { return display_; }
     const std::vector<std::shared_ptr<const DateFormatter>>& getFallbackParsers() const { return fallbacks_; }
 
