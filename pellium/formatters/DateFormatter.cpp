@@ -61,6 +61,11 @@ constexpr bool isTimeLetter(char letter) {
 constexpr bool isDigit(char character) {
     return character >= '0' && character <= '9';
 }
+// The characters of zone abbreviations ("CEST", "+0530") and identifiers ("America/New_York").
+constexpr bool isZoneCharacter(char character) {
+    return isDigit(character) || (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z') ||
+           character == '+' || character == '-' || character == '/' || character == '_';
+}
 
 // A field that is written as digits (and read as digits) at this length.
 constexpr bool isNumericField(char letter, int count) {
@@ -829,7 +834,7 @@ bool DateFormatter::parseField(const Item& item, bool inNumericRun, std::string_
     const char letter = item.letter;
     if (letter == 'z') {
         // The zone is written for the reader; the value is wall-clock time whatever it says.
-        while (position < text.size() && text[position] != ' ' && separatorLength(text, position) == 0) {
+        while (position < text.size() && isZoneCharacter(text[position])) {
             ++position;
         }
         return true;

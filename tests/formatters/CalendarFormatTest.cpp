@@ -12,6 +12,7 @@
 #include "pellium/formatters/VekCalendarFormat.h"
 #include "pellium/formatters/VekFormat.h"
 #include "pellium/resources/localization/LocalizationContext.h"
+#include "pellium/resources/localization/ResourceManager.h"
 #include "pellium/util/TimeUtilities.h"
 
 namespace pellium {
@@ -227,6 +228,26 @@ TEST(CalendarFormatTest, EveryFamilyAtEveryWidthReadsBackWhatItWrites) {
                     ASSERT_TRUE(fallback->format(fromFallback, format->getValueKind(), again))
                         << name << width << " \"" << otherText << "\"";
                     EXPECT_EQ(again, otherText) << name << width << " via " << fallback->getPattern();
+                }
+            }
+        }
+    }
+}
+
+// The same in every shipped locale, at widths that reach every band of the localised families.
+TEST(CalendarFormatTest, EveryLocaleReadsBackWhatItWrites) {
+    std::mt19937_64 random(13);
+    for (const auto& locale : ResourceManager::instance().getAvailableLocales("vek_portable_formatters")) {
+        for (const auto& name : calendarNames()) {
+            for (const int width : {2, 5, 7, 9, 11, 15, 17, 19, 28, 29}) {
+                const auto format = calendarFormat(name + std::to_string(width) + ".", locale);
+                ASSERT_TRUE(format) << name << width << " " << locale;
+                const bool fullYear = showsFullYear(format->getDisplayFormatter()->getPattern());
+                for (int sample = 0; sample < 3; ++sample) {
+                    const auto text = format->format(randomValue(random, format->getValueKind(), fullYear));
+                    const double parsed = format->parse(*text);
+                    ASSERT_FALSE(std::isnan(parsed)) << locale << " " << name << width << " \"" << *text << "\"";
+                    EXPECT_EQ(*format->format(parsed), *text) << locale << " " << name << width;
                 }
             }
         }
