@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "pellium/formatters/HebrewCalendar.h"
@@ -88,7 +89,21 @@ constexpr bool isNumericField(char letter, int count) {
     }
 }
 
-void appendNumber(std::string& out, std::int64_t value, int minimumDigits) {
+// Writers into a buffer that the caller sized with the pattern's byte bound.
+void writeText(char*& out, std::string_view text) {
+    std::memcpy(out, text.data(), text.size());
+    out += text.size();
+}
+
+void writeNumber(char*& out, std::int64_t value, int minimumDigits) {
+    if (value >= 0 && value < 100 && minimumDigits <= 2) {
+        // The common case of days, months, hours, minutes and seconds.
+        if (value >= 10 || minimumDigits == 2) {
+            *out++ = static_cast<char>('0' + value / 10);
+        }
+        *out++ = static_cast<char>('0' + value % 10);
+        return;
+    }
     char digits[24];
     int length = 0;
     std::uint64_t magnitude =
@@ -96,15 +111,15 @@ void appendNumber(std::string& out, std::int64_t value, int minimumDigits) {
     do {
         digits[length++] = static_cast<char>('0' + magnitude % 10);
         magnitude /= 10;
-    } while (magnitude != 0 && length < 20);
+    } while (magnitude != 0);
     if (value < 0) {
-        out.push_back('-');
+        *out++ = '-';
     }
     for (int pad = length; pad < minimumDigits; ++pad) {
-        out.push_back('0');
+        *out++ = '0';
     }
     while (length > 0) {
-        out.push_back(digits[--length]);
+        *out++ = digits[--length];
     }
 }
 
@@ -231,6 +246,7 @@ DateFormatter::DateFormatter(std::string_view pattern, const LocalizationContext
         zone_ = TimeZone::create(zoneId_);
     }
     maxLength_ = computeMaxLength();
+    maxBytes_ = computeMaxBytes();
 }
 
 DateFormatter::~DateFormatter() = default;
@@ -246,7 +262,7 @@ void DateFormatter::compile(std::string_view pattern) {
             return;
         }
         if (items_.empty() || items_.back().letter != 0) {
-            items_.push_back(Item{0, 0, static_cast<std::uint32_t>(literals_.size()), 0});
+            items_.push_back(Item{0, 0, static_cast<std::uint32_t>(literals_.size()), 0, -1});
         }
         literals_.append(text);
         items_.back().literalLength += static_cast<std::uint32_t>(text.size());
@@ -287,8 +303,13 @@ void DateFormatter::compile(std::string_view pattern) {
         while (end < pattern.size() && pattern[end] == character) {
             ++end;
         }
-        items_.push_back(Item{character, static_cast<int>(end - position), 0, 0});
+        const int count = static_cast<int>(end - position);
+        items_.push_back(Item{character, count, 0, 0, seriesOf(character, count)});
         hasTimeFields_ = hasTimeFields_ || isTimeLetter(character);
+        showsHours_ = showsHours_ || isHourLetter(character);
+        needsWeekOfYear_ = needsWeekOfYear_ || character == 'w';
+        showsFraction_ = showsFraction_ || character == 'S';
+        needsDayOfYear_ = needsDayOfYear_ || character == 'w' || character == 'D';
         hasDateFields_ = hasDateFields_ || (!isTimeLetter(character) && character != 'z');
         position = end;
     }
@@ -409,7 +430,7 @@ int DateFormatter::computeMaxLength() const {
             total += std::max(current, 6);
             continue;
         }
-        const int series = seriesOf(item.letter, item.count);
+        const int series = item.series;
         if (series >= 0) {
             int longest = 0;
             for (const auto& name : names_[static_cast<std::size_t>(series)]) {
@@ -551,10 +572,8 @@ bool DateFormatter::computeFields(double value, ValueKind kind, Fields& fields) 
         const auto seconds = static_cast<std::int64_t>(whole);
         fields.nanoseconds = fractionInNanoseconds(magnitude, magnitude - whole);
         fields.second = static_cast<int>(seconds % 60);
-        const bool showsHours =
-            std::any_of(items_.begin(), items_.end(), [](const Item& item) { return isHourLetter(item.letter); });
         fields.hours = seconds / 3600;
-        fields.minutes = showsHours ? (seconds / 60) % 60 : seconds / 60;
+        fields.minutes = showsHours_ ? (seconds / 60) % 60 : seconds / 60;
     } else if (kind == ValueKind::Date) {
         dayNumber = std::floor(value);
     } else {
@@ -562,7 +581,9 @@ bool DateFormatter::computeFields(double value, ValueKind kind, Fields& fields) 
         const double timeOfDay = value - dayNumber * TimeUtilities::SECONDS_PER_DAY;
         const double whole = std::floor(timeOfDay);
         const auto seconds = std::min<std::int64_t>(static_cast<std::int64_t>(whole), 86399);
-        fields.nanoseconds = fractionInNanoseconds(value, timeOfDay - whole);
+        if (showsFraction_) {
+            fields.nanoseconds = fractionInNanoseconds(value, timeOfDay - whole);
+        }
         fields.hours = seconds / 3600;
         fields.minutes = (seconds / 60) % 60;
         fields.second = static_cast<int>(seconds % 60);
@@ -598,12 +619,20 @@ bool DateFormatter::computeFields(double value, ValueKind kind, Fields& fields) 
     }
     fields.monthName = fields.month;
     fields.quarter = (fields.month - 1) / 3 + 1;
-    fields.dayOfYear = static_cast<int>(dayNumber - TimeUtilities::mdy(1, 1, fields.year)) + 1;
+    if (needsDayOfYear_) {
+        fields.dayOfYear = static_cast<int>(dayNumber - TimeUtilities::mdy(1, 1, fields.year)) + 1;
+    }
+    if (needsWeekOfYear_) {
+        fields.weekOfYear = computeWeekOfYear(fields);
+    }
+    return true;
+}
 
-    // The week of the year by the locale's rules: week 1 is the first week (starting on the
-    // locale's first weekday) that has at least minimalDaysInFirstWeek days of the year; days
-    // before it belong to the last week of the year before, and the days of a last week that
-    // does qualify as the next year's week 1 belong to that.
+// The week of the year by the locale's rules: week 1 is the first week (starting on the locale's
+// first weekday) that has at least minimalDaysInFirstWeek days of the year; days before it belong
+// to the last week of the year before, and the days of a last week that qualifies as the next
+// year's week 1 belong to that.
+int DateFormatter::computeWeekOfYear(const Fields& fields) const {
     const int relativeWeekday = (fields.weekday - firstDayOfWeek_ + 7) % 7;
     auto weekOfDay = [this, relativeWeekday](int dayOfYear) {
         const int weekdayOfFirst = ((relativeWeekday - dayOfYear + 1) % 7 + 7) % 7;
@@ -613,19 +642,17 @@ bool DateFormatter::computeFields(double value, ValueKind kind, Fields& fields) 
         }
         return week;
     };
-    int week = weekOfDay(fields.dayOfYear);
+    const int week = weekOfDay(fields.dayOfYear);
     if (week == 0) {
-        week = weekOfDay(fields.dayOfYear + TimeUtilities::getDaysInYear(fields.year - 1));
-    } else {
-        const int daysInYear = TimeUtilities::getDaysInYear(fields.year);
-        const int lastRelativeWeekday = (relativeWeekday + daysInYear - fields.dayOfYear) % 7;
-        if (fields.dayOfYear >= daysInYear - 5 && 6 - lastRelativeWeekday >= minimalDaysInFirstWeek_ &&
-            fields.dayOfYear + 7 - relativeWeekday > daysInYear) {
-            week = 1;
-        }
+        return weekOfDay(fields.dayOfYear + TimeUtilities::getDaysInYear(fields.year - 1));
     }
-    fields.weekOfYear = week;
-    return true;
+    const int daysInYear = TimeUtilities::getDaysInYear(fields.year);
+    const int lastRelativeWeekday = (relativeWeekday + daysInYear - fields.dayOfYear) % 7;
+    if (fields.dayOfYear >= daysInYear - 5 && 6 - lastRelativeWeekday >= minimalDaysInFirstWeek_ &&
+        fields.dayOfYear + 7 - relativeWeekday > daysInYear) {
+        return 1;
+    }
+    return week;
 }
 
 std::string_view DateFormatter::zoneName(double value, ValueKind kind) const {
@@ -638,8 +665,8 @@ std::string_view DateFormatter::zoneName(double value, ValueKind kind) const {
     return *zone_->getName();
 }
 
-void DateFormatter::writeField(const Item& item, const Fields& fields, std::string& out) const {
-    const int series = seriesOf(item.letter, item.count);
+void DateFormatter::writeField(const Item& item, const Fields& fields, char*& out) const {
+    const int series = item.series;
     if (series >= 0) {
         int index = 0;
         switch (item.letter) {
@@ -663,7 +690,7 @@ void DateFormatter::writeField(const Item& item, const Fields& fields, std::stri
         }
         const auto& names = names_[static_cast<std::size_t>(series)];
         if (index >= 0 && static_cast<std::size_t>(index) < names.size()) {
-            out.append(names[static_cast<std::size_t>(index)]);
+            writeText(out, names[static_cast<std::size_t>(index)]);
         }
         return;
     }
@@ -671,53 +698,53 @@ void DateFormatter::writeField(const Item& item, const Fields& fields, std::stri
     switch (item.letter) {
         case 'y':
             if (count == 2) {
-                appendNumber(out, fields.year % 100, 2);
+                writeNumber(out, fields.year % 100, 2);
             } else {
-                appendNumber(out, fields.year, count);
+                writeNumber(out, fields.year, count);
             }
             break;
         case 'M':
         case 'L':
-            appendNumber(out, fields.month, count);
+            writeNumber(out, fields.month, count);
             break;
         case 'Q':
         case 'q':
-            appendNumber(out, fields.quarter, count);
+            writeNumber(out, fields.quarter, count);
             break;
         case 'w':
-            appendNumber(out, fields.weekOfYear, count);
+            writeNumber(out, fields.weekOfYear, count);
             break;
         case 'D':
-            appendNumber(out, fields.dayOfYear, count);
+            writeNumber(out, fields.dayOfYear, count);
             break;
         case 'd':
-            appendNumber(out, fields.day, count);
+            writeNumber(out, fields.day, count);
             break;
         case 'c':  // "cc" writes one digit, as "c" does
-            appendNumber(out, (fields.weekday - firstDayOfWeek_ + 7) % 7 + 1, 1);
+            writeNumber(out, (fields.weekday - firstDayOfWeek_ + 7) % 7 + 1, 1);
             break;
         case 'e':
-            appendNumber(out, (fields.weekday - firstDayOfWeek_ + 7) % 7 + 1, count);
+            writeNumber(out, (fields.weekday - firstDayOfWeek_ + 7) % 7 + 1, count);
             break;
         case 'H':
-            appendNumber(out, fields.hours, count);
+            writeNumber(out, fields.hours, count);
             break;
         case 'h': {
             const auto hour = fields.hours % 12;
-            appendNumber(out, hour == 0 ? 12 : hour, count);
+            writeNumber(out, hour == 0 ? 12 : hour, count);
             break;
         }
         case 'K':
-            appendNumber(out, fields.hours % 12, count);
+            writeNumber(out, fields.hours % 12, count);
             break;
         case 'k':
-            appendNumber(out, fields.hours == 0 ? 24 : fields.hours, count);
+            writeNumber(out, fields.hours == 0 ? 24 : fields.hours, count);
             break;
         case 'm':
-            appendNumber(out, fields.minutes, count);
+            writeNumber(out, fields.minutes, count);
             break;
         case 's':
-            appendNumber(out, fields.second, count);
+            writeNumber(out, fields.second, count);
             break;
         case 'S': {
             // Truncated, not rounded, so that 59.9996 seconds never shows as 60.
@@ -726,8 +753,10 @@ void DateFormatter::writeField(const Item& item, const Fields& fields, std::stri
             for (int drop = shown; drop < MAXIMUM_DIGITS; ++drop) {
                 digits /= 10;
             }
-            appendNumber(out, digits, shown);
-            out.append(static_cast<std::size_t>(count - shown), '0');
+            writeNumber(out, digits, shown);
+            for (int zero = shown; zero < count; ++zero) {
+                *out++ = '0';
+            }
             break;
         }
         default:
@@ -740,19 +769,46 @@ bool DateFormatter::format(double value, ValueKind kind, std::string& out) const
     if (!computeFields(value, kind, fields)) {
         return false;
     }
+    // Written through a pointer into room for the longest text, then cut to what was written.
+    const std::size_t start = out.size();
+    out.resize(start + maxBytes_);
+    char* const begin = out.data() + start;
+    char* position = begin;
     if (fields.negative) {
-        out.push_back('-');
+        *position++ = '-';
     }
     for (const auto& item : items_) {
         if (item.letter == 0) {
-            out.append(literals_, item.literalStart, item.literalLength);
+            writeText(position, std::string_view(literals_).substr(item.literalStart, item.literalLength));
         } else if (item.letter == 'z') {
-            out.append(zoneName(value, kind));
+            writeText(position, zoneName(value, kind));
         } else {
-            writeField(item, fields, out);
+            writeField(item, fields, position);
         }
     }
+    out.resize(start + static_cast<std::size_t>(position - begin));
     return true;
+}
+
+int DateFormatter::computeMaxBytes() const {
+    int total = 1;  // the sign of an elapsed time
+    for (const auto& item : items_) {
+        if (item.letter == 0) {
+            total += static_cast<int>(item.literalLength);
+        } else if (item.letter == 'z') {
+            // An identifier has at most 64 bytes; abbreviations are shorter.
+            total += 64;
+        } else if (item.series >= 0) {
+            std::size_t longest = 0;
+            for (const auto& name : names_[static_cast<std::size_t>(item.series)]) {
+                longest = std::max(longest, name.size());
+            }
+            total += static_cast<int>(longest);
+        } else {
+            total += std::max(item.count, 20) + 1;
+        }
+    }
+    return total;
 }
 
 // --- Parsing ----------------------------------------------------------------------------------

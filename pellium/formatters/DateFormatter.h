@@ -88,6 +88,7 @@ private:
         int count = 0;
         std::uint32_t literalStart = 0;
         std::uint32_t literalLength = 0;
+        int series = -1;  // the names a text field writes; -1 for numbers and literals
     };
 
     // The names a field letter can write, each series indexed from its first value.
@@ -128,7 +129,9 @@ private:
     int computeMaxLength() const;
 
     bool computeFields(double value, ValueKind kind, Fields& fields) const;
-    void writeField(const Item& item, const Fields& fields, std::string& out) const;
+    int computeWeekOfYear(const Fields& fields) const;
+    void writeField(const Item& item, const Fields& fields, char*& out) const;
+    int computeMaxBytes() const;
     std::string_view zoneName(double value, ValueKind kind) const;
     // The name series a text field of `letter` and `count` writes; -1 for a numeric field.
     static int seriesOf(char letter, int count);
@@ -151,8 +154,14 @@ private:
     int firstDayOfWeek_ = 0;  // 0 Sunday
     int minimalDaysInFirstWeek_ = 1;
     int maxLength_ = 0;
+    int maxBytes_ = 0;  // an upper bound of the bytes of any text, for the buffer format() fills
     bool hasDateFields_ = false;
     bool hasTimeFields_ = false;
+    // Which fields the pattern shows, so that formatting computes no others.
+    bool showsHours_ = false;
+    bool needsDayOfYear_ = false;
+    bool needsWeekOfYear_ = false;
+    bool showsFraction_ = false;
 };
 
 }  // namespace pellium
