@@ -135,6 +135,8 @@ private:
     std::string_view zoneName(double value, ValueKind kind) const;
     // The name series a text field of `letter` and `count` writes; -1 for a numeric field.
     static int seriesOf(char letter, int count);
+    // Whether a field of `letter` and `count` is written and read as digits.
+    static bool isNumericField(char letter, int count);
 
     bool parseItems(std::string_view text, ParsedFields& parsed) const;
     bool parseField(const Item& item, bool inNumericRun, std::string_view text, std::size_t& position,

@@ -232,7 +232,7 @@ bool VekCalendarFormat::formatTo(double value, std::string& out) const {
 
 SharedString VekCalendarFormat::format(const double& value) const {
     std::string text;
-    text.reserve(static_cast<std::size_t>(std::max(getMaxFormattedStringLength(), 15)) + 8);
+    // DateFormatter sizes the string once for the longest text.
     if (!formatTo(value, text)) {
         text.clear();
         if (std::isnan(value)) {
