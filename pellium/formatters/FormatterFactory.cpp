@@ -7,11 +7,15 @@
 #include "pellium/formatters/FormatInfo.h"
 #include "pellium/formatters/FormatType.h"
 #include "pellium/formatters/Formatter.h"
+#include "pellium/formatters/HebrewDateFormat.h"
 #include "pellium/formatters/MappedFormats.h"
 #include "pellium/formatters/NLSDTLookupFormat.h"
 #include "pellium/formatters/PvalueNumericFormatter.h"
 #include "pellium/formatters/SizeKMGFormatter.h"
+#include "pellium/formatters/VekDateFormat.h"
+#include "pellium/formatters/VekDateTimeFormat.h"
 #include "pellium/formatters/VekFormat.h"
+#include "pellium/formatters/VekTimeFormat.h"
 #include "pellium/resources/localization/LocalizationContext.h"
 #include "pellium/resources/localization/ResourceManager.h"
 #include "pellium/resources/logging/Logger.h"
@@ -60,9 +64,13 @@ std::shared_ptr<Formatter> createFormatterOfClass(std::string_view className, co
         {"BestNumericFormatter", &BestNumericFormatter::create},
         {"CompactNumericFormatter", &CompactNumericFormatter::create},
         {"ExponentialNumericFormatter", &ExponentialNumericFormatter::create},
+        {"HebrewDateFormat", &HebrewDateFormat::create},
         {"NLSDTLookupFormat", &NLSDTLookupFormat::create},
         {"PvalueNumericFormatter", &PvalueNumericFormatter::create},
         {"SizeKMGFormatter", &SizeKMGFormatter::create},
+        {"VekDateFormat", &VekDateFormat::create},
+        {"VekDateTimeFormat", &VekDateTimeFormat::create},
+        {"VekTimeFormat", &VekTimeFormat::create},
     };
     for (const auto& entry : classes) {
         if (entry.name == className) {
@@ -72,7 +80,9 @@ std::shared_ptr<Formatter> createFormatterOfClass(std::string_view className, co
     return nullptr;
 }
 
-std::string upperCasedKey(std::string_view name) { return StringUtilities::toUpperAscii(name); }
+std::string upperCasedKey(std::string_view name) {
+    return StringUtilities::toUpperAscii(name);
+}
 
 }  // namespace
 
@@ -92,7 +102,9 @@ std::shared_ptr<FormatterFactory> FormatterFactory::getSharedInstance() {
     return instance();
 }
 
-int FormatterFactory::getWrapperTypeId() const { return WrapperTypeIds::FORMATTER_FACTORY; }
+int FormatterFactory::getWrapperTypeId() const {
+    return WrapperTypeIds::FORMATTER_FACTORY;
+}
 
 std::shared_ptr<Formatter> FormatterFactory::getFormatter(const std::shared_ptr<LocalizationContext>& context,
                                                           std::string_view name) {
@@ -229,7 +241,8 @@ void FormatterFactory::clearUserDefinedFormatters() {
 }
 
 bool FormatterFactory::isAmbiguousCurrencyFormatName(std::string_view name) {
-    return name.starts_with(currencyPrefix) && (name.size() == currencyPrefix.size() || name[currencyPrefix.size()] != '_');
+    return name.starts_with(currencyPrefix) &&
+           (name.size() == currencyPrefix.size() || name[currencyPrefix.size()] != '_');
 }
 
 bool FormatterFactory::disambiguateCurrencyFormatName(std::string& name, std::string_view locale) {

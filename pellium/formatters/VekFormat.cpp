@@ -1,5 +1,6 @@
 #include "pellium/formatters/VekFormat.h"
 
+#include "pellium/formatters/DateFormatter.h"
 #include "pellium/formatters/FormatInfo.h"
 #include "pellium/formatters/FormatNameParts.h"
 #include "pellium/formatters/FormatType.h"
@@ -76,6 +77,15 @@ SharedString VekFormat::getLocaleCurrencyFormat(std::string_view locale) {
 
 SharedString VekFormat::getLocaleCurrencyFormat(const SharedString& locale) {
     return locale ? getLocaleCurrencyFormat(std::string_view(*locale)) : nullptr;
+}
+
+int VekFormat::getMaxFormattedStringLength(const SharedString& pattern,
+                                           const std::shared_ptr<LocalizationContext>& context) {
+    if (!pattern) {
+        return 0;
+    }
+    const auto& effective = context ? context : ResourceManager::instance().getCurrentContext();
+    return DateFormatter::getMaxFormattedStringLength(*pattern, *effective);
 }
 
 }  // namespace pellium

@@ -18,6 +18,8 @@ class PELLIUM_EXPORT VekFormat : public Formatter {
 public:
     ~VekFormat() override;
 
+    using Formatter::getMaxFormattedStringLength;
+
     /// The text of the pattern key `key` (for example "date.2") in the "vek_portable_formatters"
     /// bundle of this formatter's format locale; null when the key is absent or null.
     virtual SharedString getLocalizedPattern(const SharedString& key) const;
@@ -41,6 +43,12 @@ public:
     /// knows the locale and the name is valid; null otherwise.
     static SharedString getLocaleCurrencyFormat(std::string_view locale);
     static SharedString getLocaleCurrencyFormat(const SharedString& locale);
+
+    /// The number of characters of the longest text that the date pattern `pattern` writes in
+    /// `context` (the current context when null), as DateFormatter counts it; 0 for a null
+    /// pattern.
+    static int getMaxFormattedStringLength(const SharedString& pattern,
+                                           const std::shared_ptr<LocalizationContext>& context);
 
 protected:
     explicit VekFormat(const std::shared_ptr<FormatInfo>& info);

@@ -140,8 +140,10 @@ class Cldr {
 
 // --- Producers: each returns [key, value] pairs of one family of keys ------------------------------
 
+// The texts of the pattern letter "a": the wide format forms, which date formats write (ICU's
+// AmPmMarkers; the abbreviated forms differ in Thai and Persian, and in spacing in Spanish).
 function dayPeriodKeys(cldr, locale) {
-    const periods = cldr.gregorian(cldr.resolveId(locale)).dayPeriods.format.abbreviated;
+    const periods = cldr.gregorian(cldr.resolveId(locale)).dayPeriods.format.wide;
     return [['am', periods.am], ['pm', periods.pm]];
 }
 
@@ -213,7 +215,137 @@ function numberKeys(cldr, locale) {
     ];
 }
 
-const producers = [dayPeriodKeys, weekKeys, calendarKeys, numberKeys];
+// --- Date and time patterns ------------------------------------------------------------------------
+//
+// Each en_US pattern key stands for a skeleton: the fields it shows and their lengths. A locale's
+// pattern is CLDR's available format for that skeleton (or, for a full or long date, the
+// locale's date format of that length), with the lengths of its fields set to those the key asks
+// for as far as they are of the same kind (numeric or text): "ddMMMyyyy" asks for a two-digit
+// day and a four-digit year, so German "d. MMM y" becomes "dd. MMM yyyy". Times follow the
+// locale's hour cycle ("h" or "H" as in its short time format), with two-digit hours as the keys
+// have them, a generic zone ("v") becomes the library's "zzz", and flexible day periods ("B",
+// Traditional Chinese) become am and pm ("a"). Date-times join a date and a
+// time with the locale's date-time format of the matching length. Keys whose fields are names
+// alone (ccc, LLLL) or that belong to the Hebrew calendar keep the en_US text.
+
+const DATE_RECIPES = {
+    'date.0': {formats: ['MMMd'], lengths: {d: 2}},
+    'date.1': {formats: ['yMMMd'], lengths: {y: 2, d: 2}},
+    'date.2': {formats: ['yMMMd'], lengths: {y: 4, d: 2}},
+    'date.3': {formats: ['yMMMd'], lengths: {y: 4, d: 2}},
+    'datetime.0': {formats: ['yMd'], lengths: {y: 2, M: 2, d: 2}, time: 'hm', join: 'short'},
+    'datetime.1': {formats: ['yMMMd'], lengths: {y: 4}, time: 'hm', join: 'medium'},
+    'datetime.2': {formats: ['yMMMMd', 'long'], lengths: {y: 4}, time: 'hms', join: 'long'},
+    'datetime.3': {formats: ['full'], lengths: {y: 4}, time: 'hms', join: 'full'},
+    'time.0': {formats: ['H'], lengths: {h: 2}},
+    'time.1': {formats: ['hm'], lengths: {h: 2}},
+    'time.2': {formats: ['hms'], lengths: {h: 2}},
+    'time.3': {formats: ['hmsv'], lengths: {h: 2}},
+    'weekdate.2': {formats: ['yMMMEd'], lengths: {y: 2}},
+    'weekdate.3': {formats: ['full'], lengths: {y: 4}},
+    'worddate.2': {formats: ['yMMMd'], lengths: {y: 4}},
+    'worddate.3': {formats: ['yMMMMd', 'long'], lengths: {y: 4}},
+    'monyy.0': {formats: ['yMMM'], lengths: {y: 2}},
+    'monyy.1': {formats: ['yMMM'], lengths: {y: 4}},
+    'monyy.2': {formats: ['yMMMM'], lengths: {y: 4}},
+    'quarteryear.0': {formats: ['yQQQ'], lengths: {y: 2}},
+    'quarteryear.1': {formats: ['yQQQQ'], lengths: {y: 4}},
+    'year.0': {formats: ['y'], lengths: {y: 2}},
+    'year.1': {formats: ['y'], lengths: {y: 4}},
+    'mmddyy.0': {formats: ['yMd'], lengths: {y: 2, M: 2, d: 2}},
+    'mmddyy.1': {formats: ['yMd'], lengths: {y: 4, M: 2, d: 2}},
+    'day.0': {formats: ['d'], lengths: {}},
+    'monname.0': {formats: ['M'], lengths: {}},
+    'monname.1': {formats: ['MMM'], lengths: {}},
+};
+const PATTERN_KEYS = new Set(Object.keys(DATE_RECIPES));
+
+// The letters the library's date patterns render; a pattern with any other is not used.
+const RENDERED_LETTERS = /^[GyQqMLwDdEceaHhKkmsSz]$/;
+const TEXT_FORM_LETTERS = new Set(['M', 'L', 'Q', 'q', 'E', 'c', 'e']);
+
+// Calls `onField(letter, length)` for each field run and `onText(text)` for everything else,
+// quoted text included as written.
+function scanPattern(pattern, onField, onText) {
+    let position = 0;
+    while (position < pattern.length) {
+        const character = pattern[position];
+        if (character === "'") {
+            let end = position + 1;
+            while (end < pattern.length) {
+                if (pattern[end] === "'") {
+                    if (pattern[end + 1] === "'") { end += 2; continue; }
+                    break;
+                }
+                ++end;
+            }
+            onText(pattern.slice(position, end + 1));
+            position = end + 1;
+        } else if (/[A-Za-z]/.test(character)) {
+            let end = position;
+            while (end < pattern.length && pattern[end] === character) ++end;
+            onField(character, end - position);
+            position = end;
+        } else {
+            onText(character);
+            ++position;
+        }
+    }
+}
+
+function adjustPattern(pattern, lengths) {
+    let adjusted = '';
+    let renderable = true;
+    scanPattern(pattern, (letter, length) => {
+        if (letter === 'v' || letter === 'z') { adjusted += 'zzz'; return; }
+        // Flexible day periods ("B": morning, noon, evening) are written as am and pm.
+        if (letter === 'B') { adjusted += 'a'; return; }
+        const kind = 'hHKk'.includes(letter) ? 'h' : letter;
+        let wanted = lengths[kind] ?? length;
+        // Numeric and text forms stay what the locale chose ("M月" stays numeric in Japanese).
+        if (TEXT_FORM_LETTERS.has(letter) && (length <= 2) !== (wanted <= 2)) wanted = length;
+        if (!RENDERED_LETTERS.test(letter)) renderable = false;
+        adjusted += letter.repeat(wanted);
+    }, (text) => { adjusted += text; });
+    return renderable ? adjusted : null;
+}
+
+function usesTwentyFourHours(calendar) {
+    let twentyFour = false;
+    scanPattern(calendar.timeFormats.short, (letter) => { if (letter === 'H' || letter === 'k') twentyFour = true; }, () => {});
+    return twentyFour;
+}
+
+function findFormat(calendar, names, twentyFour) {
+    const available = calendar.dateTimeFormats.availableFormats;
+    for (const name of names) {
+        if (['full', 'long', 'medium', 'short'].includes(name)) return calendar.dateFormats[name];
+        const skeleton = twentyFour && /^h/.test(name) ? 'H' + name.slice(1) : name;
+        if (available[skeleton]) return available[skeleton];
+    }
+    return null;
+}
+
+function patternKeys(cldr, locale) {
+    const calendar = cldr.gregorian(cldr.resolveId(locale));
+    const twentyFour = usesTwentyFourHours(calendar);
+    const pairs = [];
+    for (const [key, recipe] of Object.entries(DATE_RECIPES)) {
+        const found = findFormat(calendar, recipe.formats, twentyFour);
+        let pattern = found && adjustPattern(found, recipe.lengths);
+        if (pattern && recipe.time) {
+            const time = findFormat(calendar, [recipe.time], twentyFour);
+            const timePattern = time && adjustPattern(time, {h: 2});
+            const join = calendar.dateTimeFormats[recipe.join];
+            pattern = timePattern ? join.replace('{1}', pattern).replace('{0}', timePattern) : null;
+        }
+        if (pattern) pairs.push([key, pattern]);
+        else process.stderr.write(`${locale}: ${key} keeps the en_US pattern\n`);
+    }
+    return pairs;
+}
+
+const producers = [dayPeriodKeys, weekKeys, calendarKeys, numberKeys, patternKeys];
 
 // --- Properties files ----------------------------------------------------------------------------
 
@@ -271,6 +403,7 @@ function entriesToWrite(generated, parents) {
 // Keys are written in the order the producers made them, one blank line between groups.
 function groupOf(key) {
     if (NUMBER_KEYS.has(key)) return 'number';
+    if (PATTERN_KEYS.has(key)) return 'pattern';
     if (['am', 'pm', 'firstDayOfWeek', 'minimalDaysInFirstWeek'].includes(key)) return 'day';
     return key.split('.')[0];
 }

@@ -1,0 +1,169 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "pellium/Export.h"
+
+namespace pellium {
+
+class LocalizationContext;
+class TimeZone;
+
+/// Renders the library's date and time values through a date pattern and reads text back. The
+/// date, time and date-time formats hold one for their display pattern and one per fallback form;
+/// the pattern is compiled and the locale's names are read once, so formatting looks nothing up.
+///
+/// Pattern letters have their Unicode LDML meanings; a run of one letter is one field, and its
+/// length chooses the form: G era; y year ("yy" the last two digits, longer runs pad with zeros);
+/// Q and q quarter (1-2 digits, 3 abbreviated, 4 wide, 5 narrow); M and L month (likewise);
+/// w week of year (by the locale's first weekday and minimal days); D day of year; d day of month;
+/// E weekday (1-3 abbreviated, 4 wide, 5 narrow, 6 short); c and e weekday (1-2 its number from
+/// the locale's first weekday, then as E); a am/pm; H hour 0-23; h hour 1-12; K hour 0-11; k hour
+/// 1-24; m minute; s second; S fraction of the second, truncated. The letters q, L and c take the
+/// stand-alone names. Text in single quotes is literal ("''" is one quote); any other character,
+/// letters without a meaning included, is literal too.
+///
+/// A run of "z" writes the abbreviation of the context's time zone as the zone's rules name it
+/// ("EST", "CEST", "UTC"): for a date-time, the abbreviation in force at that wall-clock time; for
+/// a time of day or a date, the one in force now. A zone the library does not know writes its
+/// identifier.
+///
+/// Digits are always European. Values are day counts (dates) or second counts (times, date-times)
+/// since 1 January 1960, in the wall clock of the context's zone.
+class PELLIUM_EXPORT DateFormatter {
+public:
+    /// The calendar whose fields the letters show. In `IsoWeek` the letters y, w and d show the
+    /// ISO 8601 week-year, week and weekday number (01 Monday to 07 Sunday), as week dates need.
+    enum class Calendar { Gregorian, Hebrew, IsoWeek };
+
+    /// What a value counts. An elapsed time is a signed duration: its leading hour or minute
+    /// field is not wrapped at a day or an hour, and a negative one is written with "-".
+    enum class ValueKind { Date, Time, DateTime, ElapsedTime };
+
+    /// The compiled pattern with the names of the context's format locale. Never null.
+    static std::shared_ptr<const DateFormatter> create(std::string_view pattern, const LocalizationContext& context,
+                                                       Calendar calendar = Calendar::Gregorian);
+
+    const std::string& getPattern() const { return pattern_; }
+
+    /// Appends the text of `value` to `out`. Answers false, and appends nothing, for NaN, an
+    /// infinity or a value outside the calendar (1582 to 20000).
+    bool format(double value, ValueKind kind, std::string& out) const;
+
+    /// Reads `text` as this pattern writes it, into `value`. Letters match in any case, names
+    /// match in any of their forms (wide, abbreviated, narrow, stand-alone; a trailing "." may be
+    /// left out), months and quarters may also be typed as numbers, and separators (blanks, "/",
+    /// "-", ".", ",", ":") may be typed as any others or left out between fields. A missing "a"
+    /// leaves the hour as typed; a missing "z" is fine. Fields the pattern lacks default to the
+    /// current year, January, the first day, midnight. False, leaving `value` unchanged, when
+    /// the text does not fit the pattern or names a date or time that does not exist.
+    bool parse(std::string_view text, ValueKind kind, double& value) const;
+
+    /// The number of characters (code points) of the longest text the pattern writes: the
+    /// longest name of each named field, four digits for a year (years from 10000 take five).
+    int getMaxFormattedStringLength() const { return maxLength_; }
+    /// The same for a pattern in a context, without keeping the compiled pattern.
+    static int getMaxFormattedStringLength(std::string_view pattern, const LocalizationContext& context);
+
+    /// The step of the smallest unit the pattern shows, in seconds (86400 for a day), and the
+    /// period after which its texts repeat (0 when they never do, as when it shows the year).
+    double getIncrementPeriod() const;
+    double getCyclePeriod() const;
+
+    bool hasDateFields() const { return hasDateFields_; }
+
+    DateFormatter(const DateFormatter&) = delete;
+    DateFormatter& operator=(const DateFormatter&) = delete;
+    ~DateFormatter();
+
+private:
+    // One field of the pattern, or a literal (letter 0) whose text is literals_[literal].
+    struct Item {
+        char letter = 0;
+        int count = 0;
+        std::uint32_t literalStart = 0;
+        std::uint32_t literalLength = 0;
+        int series = -1;  // the names a text field writes; -1 for numbers and literals
+    };
+
+    // The names a field letter can write, each series indexed from its first value.
+    enum NameSeries : int {
+        MonthWide,
+        MonthAbbreviated,
+        MonthNarrow,
+        StandaloneMonthWide,
+        StandaloneMonthAbbreviated,
+        StandaloneMonthNarrow,
+        DayWide,
+        DayAbbreviated,
+        DayShort,
+        DayNarrow,
+        StandaloneDayWide,
+        StandaloneDayAbbreviated,
+        StandaloneDayShort,
+        StandaloneDayNarrow,
+        QuarterWide,
+        QuarterAbbreviated,
+        QuarterNarrow,
+        StandaloneQuarterWide,
+        StandaloneQuarterAbbreviated,
+        StandaloneQuarterNarrow,
+        EraWide,
+        EraAbbreviated,
+        EraNarrow,
+        DayPeriod,
+        NAME_SERIES_COUNT
+    };
+
+    struct Fields;
+    struct ParsedFields;
+
+    DateFormatter(std::string_view pattern, const LocalizationContext& context, Calendar calendar);
+    void compile(std::string_view pattern);
+    void loadNames(const LocalizationContext& context);
+    int computeMaxLength() const;
+
+    bool computeFields(double value, ValueKind kind, Fields& fields) const;
+    int computeWeekOfYear(const Fields& fields) const;
+    void writeField(const Item& item, const Fields& fields, char*& out) const;
+    int computeMaxBytes() const;
+    std::string_view zoneName(double value, ValueKind kind) const;
+    // The name series a text field of `letter` and `count` writes; -1 for a numeric field.
+    static int seriesOf(char letter, int count);
+    // Whether a field of `letter` and `count` is written and read as digits.
+    static bool isNumericField(char letter, int count);
+
+    bool parseItems(std::string_view text, ParsedFields& parsed) const;
+    bool parseField(const Item& item, bool inNumericRun, std::string_view text, std::size_t& position,
+                    ParsedFields& parsed) const;
+    bool matchName(char letter, std::string_view text, std::size_t& position, int& index) const;
+    bool resolve(const ParsedFields& parsed, ValueKind kind, double& value) const;
+    bool resolveDay(const ParsedFields& parsed, double& dayNumber) const;
+    bool resolveSeconds(const ParsedFields& parsed, ValueKind kind, double& seconds) const;
+
+    std::string pattern_;
+    Calendar calendar_;
+    std::vector<Item> items_;
+    std::string literals_;
+    std::array<std::vector<std::string>, NAME_SERIES_COUNT> names_;
+    std::shared_ptr<const TimeZone> zone_;
+    std::string zoneId_;
+    int firstDayOfWeek_ = 0;  // 0 Sunday
+    int minimalDaysInFirstWeek_ = 1;
+    int maxLength_ = 0;
+    int maxBytes_ = 0;  // an upper bound of the bytes of any text, for the buffer format() fills
+    bool hasDateFields_ = false;
+    bool hasTimeFields_ = false;
+    // Which fields the pattern shows, so that formatting computes no others.
+    bool showsHours_ = false;
+    bool needsDayOfYear_ = false;
+    bool needsWeekOfYear_ = false;
+    bool showsFraction_ = false;
+};
+
+}  // namespace pellium
