@@ -39,7 +39,7 @@ TEST_F(ResourceManagerTest, KeysFallBackOneByOneThroughCountryLanguageAndEnUs) {
     EXPECT_EQ(text(manager.getString("vek_pellium", "missingValue.txt", "ar_SA")), ARABIC_MISSING);
     EXPECT_EQ(text(manager.getString("vek_pellium", "COLUMN_NO_NAME.txt", "ar_SA")),
               "No name for column at position {0}");
-    EXPECT_EQ(text(manager.getString("vek_portable_formatters", "date.0", "ar_SA")), "ddMMM");
+    EXPECT_EQ(text(manager.getString("vek_portable_formatters", "hdate.0", "ar_SA")), "d MMM yy");
     // An unknown or malformed locale reads en_US.
     EXPECT_EQ(text(manager.getString("vek_pellium", "missingValue.txt", "xx_YY")), "(missing)");
     EXPECT_EQ(text(manager.getString("vek_pellium", "missingValue.txt", "!!")), "(missing)");
