@@ -58,6 +58,19 @@ std::shared_ptr<Formatter> formatterOf(const Column& column) {
                                                       *column.getFormatName());
 }
 
+std::string cellText(const Column& column, std::int32_t row) {
+    if (column.valueIsMatchesAll(row)) {
+        return {};
+    }
+    if (column.valueIsMissing(row)) {
+        return column.getDataType() == DataType::NUMERIC
+                   ? *DataTokens::getMissingNumericDisplayString()
+                   : *DataTokens::getLocalizedDisplayString(DataTokens::TOKEN_MISSING);
+    }
+    SharedString text = column.getFormattedValueAtIndex(row);
+    return text ? *text : std::string();
+}
+
 std::string formatNumber(const Formatter* formatter, double value) {
     if (std::isnan(value)) {
         return *DataTokens::getMissingNumericDisplayString();

@@ -57,6 +57,10 @@ std::shared_ptr<Column> requireColumn(const DataSet& dataSet, const std::string&
 /// The formatter of the column's format under the current context; null without one.
 std::shared_ptr<Formatter> formatterOf(const Column& column);
 
+/// The display text of a cell: its formatted text, "." for a missing number, the localized
+/// "(missing)" for a missing text, and nothing for matches-all.
+std::string cellText(const Column& column, std::int32_t row);
+
 /// `value` through `formatter`, or in shortest form without one; "." for a missing value.
 std::string formatNumber(const Formatter* formatter, double value);
 

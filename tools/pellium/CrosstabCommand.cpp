@@ -147,16 +147,6 @@ struct CrosstabTable {
     std::vector<Row> rows;
 };
 
-std::string textAt(const Column& column, std::int32_t row) {
-    if (column.valueIsMatchesAll(row)) {
-        return {};
-    }
-    if (column.getDataType() == DataType::STRING && column.valueIsMissing(row)) {
-        return *DataTokens::getLocalizedDisplayString(DataTokens::TOKEN_MISSING);  // "(missing)"
-    }
-    SharedString text = column.getFormattedValueAtIndex(row);
-    return text ? *text : std::string();
-}
 
 /// "measure|member|path" names a measure at a column member; the measure alone, its total.
 std::string columnTitle(const std::string& name, std::size_t columnLevels, std::size_t measures) {
@@ -167,6 +157,9 @@ std::string columnTitle(const std::string& name, std::size_t columnLevels, std::
     }
     std::string member = bar == std::string::npos ? std::string(TOTAL_LABEL) : name.substr(bar + 1);
     std::replace(member.begin(), member.end(), '|', '/');
+    if (member.empty()) {
+        member = *DataTokens::getLocalizedDisplayString(DataTokens::TOKEN_MISSING);
+    }
     return measures > 1 ? member + " " + measure : member;
 }
 
@@ -260,7 +253,7 @@ CrosstabTable tableOf(const DataSet& normalized, std::size_t rowLevels, std::siz
     for (std::int32_t row = 0; row < normalized.getNumberOfRows(); ++row) {
         CrosstabTable::Row line;
         for (std::size_t c = 0; c < rowLevels; ++c) {
-            line.labels.push_back(textAt(*columns[c], row));
+            line.labels.push_back(cellText(*columns[c], row));
             line.keys.push_back(keyOf(*columns[c], row));
         }
         if (!valueColumns.empty()) {
@@ -274,7 +267,7 @@ CrosstabTable tableOf(const DataSet& normalized, std::size_t rowLevels, std::siz
             line.labels[0] = TOTAL_LABEL;
         }
         for (std::size_t c : valueColumns) {
-            line.cells.push_back(textAt(*columns[c], row));
+            line.cells.push_back(cellText(*columns[c], row));
         }
         table.rows.push_back(std::move(line));
     }

@@ -37,8 +37,7 @@ void writeText(const std::vector<std::shared_ptr<Column>>& columns, const std::v
     for (std::uint32_t row : rows) {
         std::vector<std::string> cells;
         for (const auto& column : columns) {
-            SharedString text = column->getFormattedValueAtIndex(static_cast<std::int32_t>(row));
-            cells.push_back(text ? *text : std::string());
+            cells.push_back(cellText(*column, static_cast<std::int32_t>(row)));
         }
         table.addRow(std::move(cells));
     }
@@ -67,7 +66,7 @@ void writeJson(const std::vector<std::shared_ptr<Column>>& columns, const std::v
         json.Uint(row + 1);
         for (const auto& column : columns) {
             writeJsonString(json, column->getName());
-            writeJsonString(json, column->getFormattedValueAtIndex(static_cast<std::int32_t>(row)));
+            writeJsonString(json, cellText(*column, static_cast<std::int32_t>(row)));
         }
         json.EndObject();
     }

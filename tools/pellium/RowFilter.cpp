@@ -9,7 +9,7 @@ namespace pellium::cli {
 std::shared_ptr<RowIndexSet> selectRows(const DataSet& dataSet, const std::string& text) {
     std::shared_ptr<WhereClauseStatement> statement = WhereClauseStatement::create(text);
     if (!statement || !statement->isValid()) {
-        throw UsageError("cannot read the filter \"" + text + "\" (see pellium filter --help)");
+        throw UsageError("cannot read the filter \"" + text + "\"");
     }
     for (const std::string& name : statement->getReferencedColumnNames()) {
         requireColumn(dataSet, name);
