@@ -157,7 +157,7 @@ std::string columnTitle(const std::string& name, std::size_t columnLevels, std::
     }
     std::string member = bar == std::string::npos ? std::string(TOTAL_LABEL) : name.substr(bar + 1);
     std::replace(member.begin(), member.end(), '|', '/');
-    if (member.empty()) {
+    if (StringUtilities::isStringMissing(member)) {
         member = *DataTokens::getLocalizedDisplayString(DataTokens::TOKEN_MISSING);
     }
     return measures > 1 ? member + " " + measure : member;
