@@ -569,8 +569,13 @@ bool Collator::Tailoring::matchMarks(std::u32string_view wanted, std::u32string_
 
 const Collator::Tailoring::Entry* Collator::Tailoring::findEntry(std::span<const Unit> units,
                                                                  MarkSet& consumedMarks) const {
-    const auto [first, last] = std::ranges::equal_range(entries, units.front().base, {},
-                                                        [](const Entry& entry) { return entry.units.front().base; });
+    // Two partition points rather than ranges::equal_range, whose subrange clang 14 cannot
+    // destructure with this standard library.
+    const auto base = units.front().base;
+    const auto first = std::partition_point(entries.begin(), entries.end(),
+                                            [&](const Entry& entry) { return entry.units.front().base < base; });
+    const auto last = std::partition_point(first, entries.end(),
+                                           [&](const Entry& entry) { return !(base < entry.units.front().base); });
     // The longest match wins, and among matches of one length the one with more marks ("ő" over
     // "o").
     const Entry* best = nullptr;
