@@ -16,6 +16,19 @@ if(NOT sonames)
   message(FATAL_ERROR "libPellium.so.12 was not installed")
 endif()
 
+# Every installed header must compile from the installed tree alone: a header that includes a
+# private one would break consumers only when they include it.
+file(GLOB_RECURSE installed_headers RELATIVE "${prefix}/include" "${prefix}/include/pellium/*.h")
+foreach(header IN LISTS installed_headers)
+  file(STRINGS "${prefix}/include/${header}" includes REGEX "^#include \"pellium/")
+  foreach(line IN LISTS includes)
+    string(REGEX REPLACE "^#include \"([^\"]+)\".*" "\\1" included "${line}")
+    if(NOT EXISTS "${prefix}/include/${included}")
+      message(FATAL_ERROR "${header} includes ${included}, which is not installed")
+    endif()
+  endforeach()
+endforeach()
+
 run_checked("${CMAKE_COMMAND}" -S "${CONSUMER_DIR}" -B "${WORK_DIR}/cmake-consumer" -G Ninja
   "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}")
 run_checked("${CMAKE_COMMAND}" --build "${WORK_DIR}/cmake-consumer")
