@@ -377,6 +377,17 @@ bool StringUtilities::isStringMissing(std::string_view text) noexcept {
 
 // --- ASCII case folding --------------------------------------------------------------------------
 
+void StringUtilities::appendQuotedField(std::string& out, std::string_view text) {
+    out.push_back('"');
+    for (const char character : text) {
+        if (character == '"') {
+            out.push_back('"');
+        }
+        out.push_back(character);
+    }
+    out.push_back('"');
+}
+
 std::string StringUtilities::toLowerAscii(std::string_view text) {
     std::string result(text);
     for (char& character : result) {

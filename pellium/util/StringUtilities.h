@@ -94,6 +94,16 @@ public:
     static constexpr char toUpperAscii(char character) noexcept {
         return (character >= 'a' && character <= 'z') ? static_cast<char>(character - ('a' - 'A')) : character;
     }
+    /// The value of an ASCII hexadecimal digit (either case), or -1 for any other character.
+    static constexpr int hexDigitValue(char character) noexcept {
+        if (character >= '0' && character <= '9') {
+            return character - '0';
+        }
+        const char lower = toLowerAscii(character);
+        return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+    }
+    /// Appends the text as one CSV field in double quotes, each double quote inside doubled.
+    static void appendQuotedField(std::string& out, std::string_view text);
     static std::string toLowerAscii(std::string_view text);
     static std::string toUpperAscii(std::string_view text);
     static bool equalsIgnoreCase(std::string_view left, std::string_view right) noexcept;

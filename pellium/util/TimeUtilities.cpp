@@ -86,6 +86,13 @@ CalendarDate thursdayOfIsoWeek(std::int64_t dayIndex) {
     return calendarDateOf(dayIndex - isoWeekdayOf(dayIndex) + 4);
 }
 
+// One calendar field of a day number, or -1 when the number is no day the calendar holds.
+template <typename Field>
+int fieldOfDay(double dayNumber, Field field) {
+    std::int64_t dayIndex = 0;
+    return toDayIndex(dayNumber, dayIndex) ? field(dayIndex) : -1;
+}
+
 // `value` modulo `divisor`, in [0, divisor) also for negative values. A tiny negative value would
 // round up to `divisor` itself; it stays just below it, in the day it belongs to.
 double floorModulo(double value, double divisor) {
@@ -141,38 +148,32 @@ bool TimeUtilities::getDate(double dayNumber, int& year, int& month, int& day) n
 }
 
 int TimeUtilities::year(double dayNumber) noexcept {
-    std::int64_t dayIndex = 0;
-    return toDayIndex(dayNumber, dayIndex) ? calendarDateOf(dayIndex).year : -1;
+    return fieldOfDay(dayNumber, [](std::int64_t dayIndex) { return calendarDateOf(dayIndex).year; });
 }
 
 int TimeUtilities::month(double dayNumber) noexcept {
-    std::int64_t dayIndex = 0;
-    return toDayIndex(dayNumber, dayIndex) ? calendarDateOf(dayIndex).month : -1;
+    return fieldOfDay(dayNumber, [](std::int64_t dayIndex) { return calendarDateOf(dayIndex).month; });
 }
 
 int TimeUtilities::dom(double dayNumber) noexcept {
-    std::int64_t dayIndex = 0;
-    return toDayIndex(dayNumber, dayIndex) ? calendarDateOf(dayIndex).day : -1;
+    return fieldOfDay(dayNumber, [](std::int64_t dayIndex) { return calendarDateOf(dayIndex).day; });
 }
 
 int TimeUtilities::doy(double dayNumber) noexcept {
-    std::int64_t dayIndex = 0;
-    return toDayIndex(dayNumber, dayIndex) ? calendarDateOf(dayIndex).dayOfYear : -1;
+    return fieldOfDay(dayNumber, [](std::int64_t dayIndex) { return calendarDateOf(dayIndex).dayOfYear; });
 }
 
 int TimeUtilities::qtr(double dayNumber) noexcept {
-    std::int64_t dayIndex = 0;
-    return toDayIndex(dayNumber, dayIndex) ? (calendarDateOf(dayIndex).month - 1) / 3 + 1 : -1;
+    return fieldOfDay(dayNumber, [](std::int64_t dayIndex) { return (calendarDateOf(dayIndex).month - 1) / 3 + 1; });
 }
 
 int TimeUtilities::isoWeek(double dayNumber) noexcept {
-    std::int64_t dayIndex = 0;
-    return toDayIndex(dayNumber, dayIndex) ? (thursdayOfIsoWeek(dayIndex).dayOfYear - 1) / 7 + 1 : -1;
+    return fieldOfDay(dayNumber,
+                      [](std::int64_t dayIndex) { return (thursdayOfIsoWeek(dayIndex).dayOfYear - 1) / 7 + 1; });
 }
 
 int TimeUtilities::isoWeekYear(double dayNumber) noexcept {
-    std::int64_t dayIndex = 0;
-    return toDayIndex(dayNumber, dayIndex) ? thursdayOfIsoWeek(dayIndex).year : -1;
+    return fieldOfDay(dayNumber, [](std::int64_t dayIndex) { return thursdayOfIsoWeek(dayIndex).year; });
 }
 
 double TimeUtilities::hms(double hour, double minute, double second) noexcept {

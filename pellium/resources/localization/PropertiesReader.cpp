@@ -23,19 +23,6 @@ bool isSeparator(char character) {
     return character == '=' || character == ':';
 }
 
-int hexDigitValue(char character) {
-    if (character >= '0' && character <= '9') {
-        return character - '0';
-    }
-    if (character >= 'a' && character <= 'f') {
-        return character - 'a' + 10;
-    }
-    if (character >= 'A' && character <= 'F') {
-        return character - 'A' + 10;
-    }
-    return -1;
-}
-
 bool isHighSurrogate(char32_t unit) {
     return unit >= 0xD800 && unit <= 0xDBFF;
 }
@@ -131,7 +118,7 @@ private:
 long readUtf16Unit(std::string_view text, std::size_t& position) {
     long unit = 0;
     for (int digit = 0; digit < 4; ++digit) {
-        const int value = position < text.size() ? hexDigitValue(text[position]) : -1;
+        const int value = position < text.size() ? StringUtilities::hexDigitValue(text[position]) : -1;
         if (value < 0) {
             return -1;
         }

@@ -80,19 +80,6 @@ const Word* wordAt(const std::vector<Word>& words, std::int64_t index) {
     return &words[static_cast<std::size_t>(position)];
 }
 
-int hexadecimalDigit(char character) {
-    if (character >= '0' && character <= '9') {
-        return character - '0';
-    }
-    if (character >= 'a' && character <= 'f') {
-        return character - 'a' + 10;
-    }
-    if (character >= 'A' && character <= 'F') {
-        return character - 'A' + 10;
-    }
-    return -1;
-}
-
 }  // namespace
 
 std::string TextFunctions::substring(std::string_view text, std::int64_t start, std::int64_t length) {
@@ -243,9 +230,9 @@ std::string TextFunctions::urlDecode(std::string_view text) {
             result += ' ';
             continue;
         }
-        if (character == '%' && index + 2 < text.size() && hexadecimalDigit(text[index + 1]) >= 0 &&
-            hexadecimalDigit(text[index + 2]) >= 0) {
-            result += static_cast<char>(hexadecimalDigit(text[index + 1]) * 16 + hexadecimalDigit(text[index + 2]));
+        if (character == '%' && index + 2 < text.size() && StringUtilities::hexDigitValue(text[index + 1]) >= 0 &&
+            StringUtilities::hexDigitValue(text[index + 2]) >= 0) {
+            result += static_cast<char>(StringUtilities::hexDigitValue(text[index + 1]) * 16 + StringUtilities::hexDigitValue(text[index + 2]));
             index += 2;
             continue;
         }

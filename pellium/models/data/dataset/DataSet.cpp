@@ -41,16 +41,7 @@ std::string textOrNull(const SharedString& text) {
 }
 
 void appendQuoted(std::string& text, const SharedString& value) {
-    text.push_back('"');
-    if (value) {
-        for (const char character : *value) {
-            if (character == '"') {
-                text.push_back('"');
-            }
-            text.push_back(character);
-        }
-    }
-    text.push_back('"');
+    StringUtilities::appendQuotedField(text, value ? std::string_view(*value) : std::string_view());
 }
 
 void appendInteger(std::string& text, std::int32_t number) {

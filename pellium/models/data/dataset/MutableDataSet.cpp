@@ -13,16 +13,7 @@ namespace pellium {
 namespace {
 
 void appendQuoted(std::string& text, const SharedString& value) {
-    text.push_back('"');
-    if (value) {
-        for (const char character : *value) {
-            if (character == '"') {
-                text.push_back('"');
-            }
-            text.push_back(character);
-        }
-    }
-    text.push_back('"');
+    StringUtilities::appendQuotedField(text, value ? std::string_view(*value) : std::string_view());
 }
 
 // Texts of token codes (all-others, suppressed...) are internal and never trimmed.
