@@ -64,13 +64,35 @@ void writeText(char*& out, std::string_view text) {
     out += text.size();
 }
 
+// "00" to "99", so that two digits are one copy.
+constexpr std::array<char, 200> DIGIT_PAIRS = [] {
+    std::array<char, 200> pairs{};
+    for (int value = 0; value < 100; ++value) {
+        pairs[static_cast<std::size_t>(2 * value)] = static_cast<char>('0' + value / 10);
+        pairs[static_cast<std::size_t>(2 * value + 1)] = static_cast<char>('0' + value % 10);
+    }
+    return pairs;
+}();
+
+void writeDigitPair(char*& out, std::uint64_t value) {
+    std::memcpy(out, &DIGIT_PAIRS[static_cast<std::size_t>(2 * value)], 2);
+    out += 2;
+}
+
 void writeNumber(char*& out, std::int64_t value, int minimumDigits) {
     if (value >= 0 && value < 100 && minimumDigits <= 2) {
         // The common case of days, months, hours, minutes and seconds.
         if (value >= 10 || minimumDigits == 2) {
-            *out++ = static_cast<char>('0' + value / 10);
+            writeDigitPair(out, static_cast<std::uint64_t>(value));
+        } else {
+            *out++ = static_cast<char>('0' + value);
         }
-        *out++ = static_cast<char>('0' + value % 10);
+        return;
+    }
+    if (value >= 1000 && value < 10000 && minimumDigits <= 4) {
+        // Years.
+        writeDigitPair(out, static_cast<std::uint64_t>(value / 100));
+        writeDigitPair(out, static_cast<std::uint64_t>(value % 100));
         return;
     }
     char digits[24];
@@ -136,6 +158,8 @@ struct DateFormatter::Fields {
 DateFormatter::DateFormatter(std::string_view pattern, const LocalizationContext& context, Calendar calendar)
     : pattern_(pattern), calendar_(calendar), zoneId_(context.getTimeZoneId()) {
     compile(pattern);
+    // ISO week dates number their days by the weekday.
+    needsWeekday_ = needsWeekday_ || calendar == Calendar::IsoWeek;
     loadNames(context);
     if (std::any_of(items_.begin(), items_.end(), [](const Item& item) { return item.letter == 'z'; })) {
         zone_ = TimeZone::create(zoneId_);
@@ -203,6 +227,7 @@ void DateFormatter::compile(std::string_view pattern) {
         hasTimeFields_ = hasTimeFields_ || isTimeLetter(character);
         showsHours_ = showsHours_ || isHourLetter(character);
         needsWeekOfYear_ = needsWeekOfYear_ || character == 'w';
+        needsWeekday_ = needsWeekday_ || character == 'E' || character == 'e' || character == 'c' || character == 'w';
         showsFraction_ = showsFraction_ || character == 'S';
         needsDayOfYear_ = needsDayOfYear_ || character == 'w' || character == 'D';
         hasDateFields_ = hasDateFields_ || (!isTimeLetter(character) && character != 'z');
@@ -510,7 +535,9 @@ bool DateFormatter::computeFields(double value, ValueKind kind, Fields& fields) 
     if (dayNumber < TimeUtilities::FIRST_DAY_NUMBER || dayNumber > TimeUtilities::LAST_DAY_NUMBER) {
         return false;
     }
-    fields.weekday = TimeUtilities::dow(dayNumber) - 1;
+    if (needsWeekday_) {
+        fields.weekday = TimeUtilities::dow(dayNumber) - 1;
+    }
     if (calendar_ == Calendar::Hebrew) {
         int month = 0;
         if (!HebrewCalendar::getDate(dayNumber, fields.year, month, fields.day)) {
@@ -685,11 +712,22 @@ bool DateFormatter::format(double value, ValueKind kind, std::string& out) const
     if (!computeFields(value, kind, fields)) {
         return false;
     }
-    // Written through a pointer into room for the longest text, then cut to what was written.
+    // Most patterns fit a buffer on the stack, which spares the string a fill of the whole bound;
+    // longer ones are written into the string itself, sized for the longest text and then cut.
+    constexpr int STACK_BYTES = 128;
+    if (maxBytes_ <= STACK_BYTES) {
+        char buffer[STACK_BYTES];
+        out.append(buffer, static_cast<std::size_t>(render(value, kind, fields, buffer) - buffer));
+        return true;
+    }
     const std::size_t start = out.size();
-    out.resize(start + maxBytes_);
+    out.resize(start + static_cast<std::size_t>(maxBytes_));
     char* const begin = out.data() + start;
-    char* position = begin;
+    out.resize(start + static_cast<std::size_t>(render(value, kind, fields, begin) - begin));
+    return true;
+}
+
+char* DateFormatter::render(double value, ValueKind kind, const Fields& fields, char* position) const {
     if (fields.negative) {
         *position++ = '-';
     }
@@ -702,8 +740,7 @@ bool DateFormatter::format(double value, ValueKind kind, std::string& out) const
             writeField(item, fields, position);
         }
     }
-    out.resize(start + static_cast<std::size_t>(position - begin));
-    return true;
+    return position;
 }
 
 int DateFormatter::computeMaxBytes() const {

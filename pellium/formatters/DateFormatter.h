@@ -131,6 +131,8 @@ private:
     bool computeFields(double value, ValueKind kind, Fields& fields) const;
     int computeWeekOfYear(const Fields& fields) const;
     void writeField(const Item& item, const Fields& fields, char*& out) const;
+    // Writes the text of the fields from `position`, which has room for maxBytes_; answers its end.
+    char* render(double value, ValueKind kind, const Fields& fields, char* position) const;
     int computeMaxBytes() const;
     std::string_view zoneName(double value, ValueKind kind) const;
     // The name series a text field of `letter` and `count` writes; -1 for a numeric field.
@@ -163,6 +165,7 @@ private:
     bool showsHours_ = false;
     bool needsDayOfYear_ = false;
     bool needsWeekOfYear_ = false;
+    bool needsWeekday_ = false;
     bool showsFraction_ = false;
 };
 

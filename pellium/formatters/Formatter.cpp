@@ -146,8 +146,10 @@ SharedString Formatter::finalizeFormattedString(const SharedString& text,
     if (!text || text->empty()) {
         return text;
     }
-    const auto effective = context ? context : ResourceManager::instance().getCurrentContext();
-    if (!effective->isFormatLocaleRTL()) {
+    // Tested without copying the context's handle: this runs once per formatted value.
+    const bool rightToLeft =
+        context ? context->isFormatLocaleRTL() : ResourceManager::instance().getCurrentContext()->isFormatLocaleRTL();
+    if (!rightToLeft) {
         return text;
     }
     std::string embedded;
