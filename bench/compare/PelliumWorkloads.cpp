@@ -50,6 +50,12 @@
 #define COMPARE_HAS_HIERARCHIES 1
 #endif
 
+#if __has_include("pellium/models/data/tree/DataTreeSortContext.h")
+#include "pellium/models/data/tree/DataTreeSortContext.h"
+#include "pellium/models/data/tree/MemberSortState.h"
+#define COMPARE_HAS_MEMBER_SORTING 1
+#endif
+
 #if __has_include("pellium/formatters/DateFormatter.h")
 #define COMPARE_HAS_DATE_FORMATS 1
 #endif
@@ -200,10 +206,11 @@ struct Crosstab {
     }
 
     // Every crossing, the totals of both axes included, as one row per region and one column per
-    // year and measure. Answers the number of SUM cells.
-    double normalizedCellCount() const {
-        const auto table =
-            hierarchyDataSet->getNormalizedCrossings(rows, columns, true, false, true, false, true, false, true, false);
+    // year and measure, the members in the order of `sortContext` (null: data order). Answers the
+    // number of SUM cells.
+    double normalizedCellCount(const pellium::DataTreeSortContext* sortContext = nullptr) const {
+        const auto table = hierarchyDataSet->getNormalizedCrossings(rows, columns, true, false, true, false, true,
+                                                                    false, true, false, sortContext);
         if (!table) {
             throw std::runtime_error("no normalized crossings");
         }
@@ -233,8 +240,20 @@ void addCrosstabWorkloads(Report& report, const std::shared_ptr<pellium::DataSet
                    [&] { return Crosstab::build(dataSet).grandTotal(); });
     report.measure("crosstab", ENGINE, "HierarchyDataSet build + getNormalizedCrossings with all totals", rowCount,
                    [&] { return Crosstab::build(dataSet).normalizedCellCount(); });
+#ifdef COMPARE_HAS_MEMBER_SORTING
+    report.measure(
+        "crosstab_sorted", ENGINE,
+        "the crosstab with the regions sorted by their SUM total descending (DataTreeSortContext)", rowCount, [&] {
+            const Crosstab crosstab = Crosstab::build(dataSet);
+            const auto sortContext = pellium::DataTreeSortContext::create(crosstab.hierarchyDataSet);
+            sortContext->setSortStateForLevel(
+                "region", pellium::MemberSortState::createByMeasure(pellium::SortDirection::DESCENDING, text("sales")));
+            return crosstab.normalizedCellCount(sortContext.get());
+        });
+#else
     report.unavailable("crosstab_sorted", ENGINE,
                        std::string(NOT_YET_BUILT) + ": the member sort context of hierarchies");
+#endif
 
     dataSet->getColumnWithName("product")->setAggregation(pellium::StatisticType::COUNT_DISTINCT);
     report.measure(

@@ -1,7 +1,9 @@
 #include <algorithm>
-#include <cmath>
 #include <iostream>
-#include <map>
+
+#include "tools/pellium/Command.h"
+#include "tools/pellium/RowFilter.h"
+#include "tools/pellium/TextTable.h"
 
 #include "pellium/models/data/dataset/DataSet.h"
 #include "pellium/models/data/dataset/DataTokens.h"
@@ -9,11 +11,10 @@
 #include "pellium/models/data/hierarchy/HierarchyDataSet.h"
 #include "pellium/models/data/hierarchy/Level.h"
 #include "pellium/models/data/hierarchy/StatisticType.h"
+#include "pellium/models/data/tree/DataTreeSortContext.h"
+#include "pellium/models/data/tree/MemberSortState.h"
 #include "pellium/models/data/where/WhereClauseStatement.h"
 #include "pellium/util/StringUtilities.h"
-#include "tools/pellium/Command.h"
-#include "tools/pellium/RowFilter.h"
-#include "tools/pellium/TextTable.h"
 
 namespace pellium::cli {
 
@@ -89,49 +90,6 @@ void expandEverything(const std::shared_ptr<Hierarchy>& hierarchy) {
     }
 }
 
-/// How a member sorts: the all-others member last, numbers by value, texts by their bytes.
-struct MemberKey {
-    bool allOther = false;
-    bool numeric = false;
-    double number = 0;
-    std::string text;
-};
-
-int compareKeys(const MemberKey& a, const MemberKey& b) {
-    if (a.allOther != b.allOther) {
-        return a.allOther ? 1 : -1;
-    }
-    if (a.numeric && b.numeric) {
-        return a.number < b.number ? -1 : (a.number > b.number ? 1 : 0);
-    }
-    if (a.numeric != b.numeric) {
-        return a.numeric ? -1 : 1;
-    }
-    return a.text.compare(b.text);
-}
-
-MemberKey keyOf(const Column& column, std::int32_t row) {
-    MemberKey key;
-    key.allOther = column.valueIsAllOther(row);
-    key.numeric = column.getDataType() == DataType::NUMERIC;
-    if (key.numeric) {
-        key.number = column.getNumberAtIndex(row);
-    } else if (SharedString text = column.getStringAtIndex(row)) {
-        key.text = *text;
-    }
-    return key;
-}
-
-/// A column title's member, for ordering the columns: a number when it reads as one.
-MemberKey keyOfTitle(const std::string& title) {
-    MemberKey key;
-    key.text = title;
-    key.allOther = title == *DataTokens::getLocalizedDisplayString(DataTokens::TOKEN_ALL_OTHERS);
-    key.number = StringUtilities::createDoubleFromString(title);
-    key.numeric = !std::isnan(key.number);
-    return key;
-}
-
 /// The crosstab as texts: row labels per row level, one header per value column, one text per cell.
 struct CrosstabTable {
     std::vector<std::string> rowLevelNames;
@@ -140,13 +98,9 @@ struct CrosstabTable {
         std::vector<std::string> labels;
         std::vector<std::string> cells;
         bool grandTotal = false;
-        std::vector<MemberKey> keys;  // one per row level
-        std::size_t depth = 0;        // the number of row levels the member has values for
-        double firstTotal = 0;        // the first measure's total, for sorting by value
     };
     std::vector<Row> rows;
 };
-
 
 /// "measure|member|path" names a measure at a column member; the measure alone, its total.
 std::string columnTitle(const std::string& name, std::size_t columnLevels, std::size_t measures) {
@@ -163,66 +117,36 @@ std::string columnTitle(const std::string& name, std::size_t columnLevels, std::
     return measures > 1 ? member + " " + measure : member;
 }
 
-/// How rows are ordered among their siblings.
-enum class Order { LABEL, LABEL_DESCENDING, DATA, VALUE, VALUE_DESCENDING };
-
-Order orderNamed(const std::string& name) {
-    static const std::map<std::string, Order, std::less<>> orders = {
-        {"label", Order::LABEL}, {"-label", Order::LABEL_DESCENDING}, {"data", Order::DATA},
-        {"value", Order::VALUE}, {"-value", Order::VALUE_DESCENDING}};
-    auto it = orders.find(name);
-    if (it == orders.end()) {
-        throw UsageError("--sort needs label, -label, value, -value or data, not \"" + name + "\"");
+/// How members are ordered among their siblings: rows by --sort, columns by their values unless
+/// --sort is data. Null keeps the data order.
+std::shared_ptr<DataTreeSortContext> sortContextFor(const std::shared_ptr<HierarchyDataSet>& crosstab,
+                                                    const std::string& order, const SharedString& firstMeasure) {
+    std::shared_ptr<MemberSortState> rowState;
+    if (order == "label" || order == "-label") {
+        // Numbers by value, texts by their bytes.
+        rowState = MemberSortState::createByRawValue(
+            order == "label" ? SortDirection::ASCENDING : SortDirection::DESCENDING, false);
+    } else if (order == "value" || order == "-value") {
+        rowState = MemberSortState::createByMeasure(
+            order == "value" ? SortDirection::ASCENDING : SortDirection::DESCENDING, firstMeasure);
+    } else if (order == "data") {
+        return nullptr;
+    } else {
+        throw UsageError("--sort needs label, -label, value, -value or data, not \"" + order + "\"");
     }
-    return it->second;
-}
-
-using Rows = std::vector<CrosstabTable::Row>;
-
-bool rowBefore(const CrosstabTable::Row& a, const CrosstabTable::Row& b, std::size_t level, Order order) {
-    const MemberKey& x = a.keys[level];
-    const MemberKey& y = b.keys[level];
-    if (x.allOther != y.allOther) {
-        return y.allOther;  // all others last in every order
-    }
-    switch (order) {
-        case Order::LABEL:
-            return compareKeys(x, y) < 0;
-        case Order::LABEL_DESCENDING:
-            return compareKeys(y, x) < 0;
-        case Order::VALUE:
-            return a.firstTotal < b.firstTotal;
-        case Order::VALUE_DESCENDING:
-            return b.firstTotal < a.firstTotal;
-        case Order::DATA:
-            break;
-    }
-    return false;
-}
-
-/// Orders the members of rows[begin, end) at `depth` among themselves, each followed by the rows
-/// below it, ordered the same way. Stable, so ties keep the data order.
-void sortMembers(const Rows& rows, std::size_t begin, std::size_t end, std::size_t depth, Order order, Rows& out) {
-    std::vector<std::pair<std::size_t, std::size_t>> blocks;  // a member's row and the end of its rows
-    for (std::size_t i = begin; i < end;) {
-        std::size_t next = i + 1;
-        while (next < end && rows[next].depth > depth) {
-            ++next;
+    auto context = DataTreeSortContext::create(crosstab);
+    const auto& hierarchies = crosstab->getHierarchies();
+    for (std::size_t axis = 0; axis < hierarchies.size(); ++axis) {
+        const auto state = axis == 0 ? rowState : MemberSortState::createByRawValue(SortDirection::ASCENDING, false);
+        for (std::uint32_t level = 0; level < hierarchies[axis]->getNumberOfLevels(); ++level) {
+            context->setSortStateForLevelIndex(level, state, *hierarchies[axis]->getName());
         }
-        blocks.emplace_back(i, next);
-        i = next;
     }
-    std::stable_sort(blocks.begin(), blocks.end(), [&](const auto& a, const auto& b) {
-        return rowBefore(rows[a.first], rows[b.first], depth - 1, order);
-    });
-    for (const auto& [first, last] : blocks) {
-        out.push_back(rows[first]);
-        sortMembers(rows, first + 1, last, depth + 1, order, out);
-    }
+    return context;
 }
 
 CrosstabTable tableOf(const DataSet& normalized, std::size_t rowLevels, std::size_t columnLevels,
-                      std::size_t measures, Order order) {
+                      std::size_t measures) {
     CrosstabTable table;
     const auto& columns = *normalized.getColumns();
     for (std::size_t c = 0; c < rowLevels; ++c) {
@@ -233,20 +157,8 @@ CrosstabTable tableOf(const DataSet& normalized, std::size_t rowLevels, std::siz
     for (std::size_t c = rowLevels + columnLevels; c < columns.size(); ++c) {
         valueColumns.push_back(c);
     }
-    auto totals = std::stable_partition(valueColumns.begin(), valueColumns.end(), [&](std::size_t c) {
-        return columns[c]->getName()->find('|') != std::string::npos;
-    });
-    std::size_t firstTotalColumn = static_cast<std::size_t>(totals - valueColumns.begin());
-    if (order != Order::DATA) {
-        std::stable_sort(valueColumns.begin(), totals, [&](std::size_t a, std::size_t b) {
-            const std::string& x = *columns[a]->getName();
-            const std::string& y = *columns[b]->getName();
-            return compareKeys(keyOfTitle(x.substr(x.find('|') + 1)), keyOfTitle(y.substr(y.find('|') + 1))) < 0;
-        });
-    }
-    if (firstTotalColumn == valueColumns.size()) {
-        firstTotalColumn = 0;
-    }
+    std::stable_partition(valueColumns.begin(), valueColumns.end(),
+                          [&](std::size_t c) { return columns[c]->getName()->find('|') != std::string::npos; });
     for (std::size_t c : valueColumns) {
         table.columnTitles.push_back(columnTitle(*columns[c]->getName(), columnLevels, measures));
     }
@@ -254,15 +166,8 @@ CrosstabTable tableOf(const DataSet& normalized, std::size_t rowLevels, std::siz
         CrosstabTable::Row line;
         for (std::size_t c = 0; c < rowLevels; ++c) {
             line.labels.push_back(cellText(*columns[c], row));
-            line.keys.push_back(keyOf(*columns[c], row));
         }
-        if (!valueColumns.empty()) {
-            line.firstTotal = columns[valueColumns[firstTotalColumn]]->getNumberAtIndex(row);
-        }
-        while (line.depth < rowLevels && !columns[line.depth]->valueIsMatchesAll(row)) {
-            ++line.depth;
-        }
-        line.grandTotal = line.depth == 0;
+        line.grandTotal = rowLevels == 0 || columns[0]->valueIsMatchesAll(row);
         if (line.grandTotal && !line.labels.empty()) {
             line.labels[0] = TOTAL_LABEL;
         }
@@ -271,12 +176,8 @@ CrosstabTable tableOf(const DataSet& normalized, std::size_t rowLevels, std::siz
         }
         table.rows.push_back(std::move(line));
     }
-    auto grandTotals = std::stable_partition(table.rows.begin(), table.rows.end(),
-                                             [](const auto& line) { return !line.grandTotal; });
-    Rows ordered;
-    sortMembers(table.rows, 0, static_cast<std::size_t>(grandTotals - table.rows.begin()), 1, order, ordered);
-    ordered.insert(ordered.end(), grandTotals, table.rows.end());
-    table.rows = std::move(ordered);
+    // The grand total comes first in the crossings; a report shows it last.
+    std::stable_partition(table.rows.begin(), table.rows.end(), [](const auto& line) { return !line.grandTotal; });
     return table;
 }
 
@@ -369,13 +270,13 @@ int run(const Arguments& arguments) {
         expandEverything(columns);
     }
     // Every member down to the expanded ones, each with its total; collapsed members are leaves.
+    const auto sortContext = sortContextFor(crosstab, arguments.value("sort", "label"), measureNames.front());
     std::shared_ptr<DataSet> normalized = crosstab->getNormalizedCrossings(rows, columns, true, true, true, true, true,
-                                                                           true, true, true);
+                                                                           true, true, true, sortContext.get());
     if (!normalized) {
         throw DataError("the crosstab could not be built");
     }
-    CrosstabTable table = tableOf(*normalized, rowNames.size(), columnNames.size(), measureNames.size(),
-                                  orderNamed(arguments.value("sort", "label")));
+    CrosstabTable table = tableOf(*normalized, rowNames.size(), columnNames.size(), measureNames.size());
     if (arguments.has("json")) {
         writeJson(table);
     } else {
@@ -409,8 +310,16 @@ const Command& crosstabCommand() {
         "  --locale xx_YY      write numbers and dates for this locale (default en_US)\n"
         "  --tz ZONE           the time zone of date-time formats\n"
         "  --json              print {\"rowLevels\", \"columns\", \"rows\": [{\"member\", \"cells\"}]}\n",
-        {JSON_OPTION, LOCALE_OPTION, TZ_OPTION, FORMAT_OPTION, {"rows", true, true}, {"columns", true, true},
-         {"measure", true, true}, {"where", true}, {"expand-all", false}, {"sort", true}},
+        {JSON_OPTION,
+         LOCALE_OPTION,
+         TZ_OPTION,
+         FORMAT_OPTION,
+         {"rows", true, true},
+         {"columns", true, true},
+         {"measure", true, true},
+         {"where", true},
+         {"expand-all", false},
+         {"sort", true}},
         run,
     };
     return command;

@@ -243,6 +243,9 @@ bool Hierarchy::updateDisplay(const std::shared_ptr<const DataSet>& dataSet) {
     HierarchyTreeBuilder::Request request;
     for (std::size_t index = current; index < columns.size(); ++index) {
         request.levelColumns.push_back(columns[index]);
+        // The member sorting reads the sort-on-raw values from the display tree's members.
+        const SharedString& sortOnRaw = levels_[index]->getSortOnRawColumnName();
+        request.sortOnRawColumns.push_back(sortOnRaw ? dataSet->getColumnWithName(*sortOnRaw) : nullptr);
     }
     request.rows = selected;
     request.numberOfRows = dataSet->getNumberOfRows();

@@ -390,8 +390,8 @@ CrossingValues HierarchyDataSet::getMeasureValuesAtCrossing(const std::vector<Cr
     return values;
 }
 
-CrossingPath HierarchyDataSet::queryPathForMember(const Hierarchy& hierarchy,
-                                                  const std::shared_ptr<DataTreeNode>& member) const {
+CrossingPath HierarchyDataSet::getQueryPathForMember(const Hierarchy& hierarchy,
+                                                     const std::shared_ptr<DataTreeNode>& member) {
     CrossingPath path;
     const auto& levels = hierarchy.getLevels();
     for (std::size_t index = 0; index < hierarchy.getCurrentLevelIndex() && index < levels.size(); ++index) {
@@ -462,7 +462,7 @@ std::shared_ptr<DataSet> HierarchyDataSet::getNormalizedCrossings(const std::sha
     std::vector<CrossingPath> columnPaths;
     std::vector<std::shared_ptr<Column>> measureColumns;
     for (const auto& member : columnMembers) {
-        columnPaths.push_back(columnHierarchy ? queryPathForMember(*columnHierarchy, member) : CrossingPath{});
+        columnPaths.push_back(columnHierarchy ? getQueryPathForMember(*columnHierarchy, member) : CrossingPath{});
         for (const auto& measureName : measureNames_) {
             std::string name = textOf(measureName);
             for (const auto& step : columnPaths.back()) {
@@ -479,7 +479,7 @@ std::shared_ptr<DataSet> HierarchyDataSet::getNormalizedCrossings(const std::sha
     std::vector<CrossingPath> paths(hierarchies_.size());
     for (std::size_t row = 0; row < rowMembers.size(); ++row) {
         if (rowAxis >= 0) {
-            paths[static_cast<std::size_t>(rowAxis)] = queryPathForMember(*rowHierarchy, rowMembers[row]);
+            paths[static_cast<std::size_t>(rowAxis)] = getQueryPathForMember(*rowHierarchy, rowMembers[row]);
         }
         for (std::size_t column = 0; column < columnMembers.size(); ++column) {
             if (columnAxis >= 0) {
@@ -634,14 +634,15 @@ std::shared_ptr<DataTreeNode> HierarchyDataSet::getClassificationDataTree(const 
 }
 
 std::string HierarchyDataSet::getDescription(const std::shared_ptr<const HierarchyDataSet>& hierarchyDataSet,
-                                             const DataTreeSortContext* /*sortContext*/, AxisDimension::type axis) {
+                                             const DataTreeSortContext* sortContext, AxisDimension::type axis) {
     if (!hierarchyDataSet) {
         return {};
     }
     std::string text = "HierarchyDataSet " + textOf(hierarchyDataSet->name_) + " axis " +
                        std::string(AxisDimension::getStringFromValue(axis)) + "\n";
     if (axis == AxisDimension::NONE) {
-        return hierarchyDataSet->dataTreeRoot_ ? text + hierarchyDataSet->dataTreeRoot_->getDescription() : text;
+        return hierarchyDataSet->dataTreeRoot_ ? text + hierarchyDataSet->dataTreeRoot_->getDescription(sortContext)
+                                               : text;
     }
     const auto& hierarchies = hierarchyDataSet->hierarchies_;
     for (std::size_t index = 0; index < hierarchies.size(); ++index) {
@@ -652,7 +653,7 @@ std::string HierarchyDataSet::getDescription(const std::shared_ptr<const Hierarc
         }
         text += "Hierarchy " + textOf(hierarchies[index]->getName()) + "\n";
         if (const auto& display = hierarchies[index]->getDisplay()) {
-            text += display->getDescription();
+            text += display->getDescription(sortContext);
         }
     }
     return text;

@@ -129,6 +129,11 @@ public:
     /// crossing that does not exist and for a measure the data set lacks.
     CrossingValues getMeasureValuesAtCrossing(const std::vector<CrossingPath>& paths) const;
 
+    /// The query path of `member` of `hierarchy`'s display tree: a node per level above the current
+    /// one carrying the drilled value (matches-all where none is drilled), then the member's path
+    /// below the display root. A null member, or the display root, stands for the axis total.
+    static CrossingPath getQueryPathForMember(const Hierarchy& hierarchy, const std::shared_ptr<DataTreeNode>& member);
+
     /// The axis ranges of the hierarchies inside the tree (first level, number of levels).
     std::vector<AxisRange> getAxisRanges() const;
 
@@ -172,7 +177,8 @@ public:
                                                                    const ColumnList& columns);
 
     /// A multi-line dump of the display trees of one axis (ROW the first hierarchy, COLUMN the
-    /// second, PAGE the others, NONE the classification tree), for diagnostics.
+    /// second, PAGE the others in hierarchy order, NONE the classification tree), for diagnostics;
+    /// children in the order of `sortContext` (may be null: data order).
     static std::string getDescription(const std::shared_ptr<const HierarchyDataSet>& hierarchyDataSet,
                                       const DataTreeSortContext* sortContext, AxisDimension::type axis);
 
@@ -195,7 +201,6 @@ private:
     std::vector<std::size_t> builtLevelCounts() const;
     std::vector<StatisticType::type> measureStatistics() const;
     std::shared_ptr<const Aggregator::AggregatorList> templateAggregators() const;
-    CrossingPath queryPathForMember(const Hierarchy& hierarchy, const std::shared_ptr<DataTreeNode>& member) const;
     bool writeBody(SerialWriter& writer) const;
     bool readBody(SerialReader& reader);
 

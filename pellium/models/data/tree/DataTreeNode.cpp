@@ -7,6 +7,7 @@
 
 #include "pellium/models/data/dataset/DataTokens.h"
 #include "pellium/models/data/dataset/DataValue.h"
+#include "pellium/models/data/tree/DataTreeSortContext.h"
 #include "pellium/models/data/tree/PendingRowIndices.h"
 #include "pellium/serializers/SerialReader.h"
 #include "pellium/serializers/SerialWriter.h"
@@ -405,9 +406,9 @@ std::shared_ptr<DataTreeNode> DataTreeNode::getNodeForPath(const std::shared_ptr
 
 // --- Listings --------------------------------------------------------------------------------------
 
-const DataTreeNode::NodeList& DataTreeNode::orderedChildren(const DataTreeSortContext* /*sortContext*/) const {
-    // Seam for the member sorting: a sort context will order the children here.
-    return children_;
+const DataTreeNode::NodeList& DataTreeNode::orderedChildren(const DataTreeSortContext* sortContext,
+                                                            NodeList& sorted) const {
+    return sortContext && sortContext->sortChildren(*this, sorted) ? sorted : children_;
 }
 
 void DataTreeNode::listNodes(const ListingOptions& options, bool isStart, NodeList& out) {
@@ -450,7 +451,8 @@ void DataTreeNode::listNodes(const ListingOptions& options, bool isStart, NodeLi
             break;
         }
     }
-    for (const auto& child : orderedChildren(options.sortContext)) {
+    NodeList sorted;
+    for (const auto& child : orderedChildren(options.sortContext, sorted)) {
         child->listNodes(options, false, out);
     }
 }
@@ -556,7 +558,8 @@ DataTreeNode::NodeList DataTreeNode::getChildNodesAtLevel(std::uint32_t level) {
 
 // --- Text ------------------------------------------------------------------------------------------
 
-void DataTreeNode::appendDescription(std::string& text, std::size_t indent) const {
+void DataTreeNode::appendDescription(std::string& text, std::size_t indent,
+                                     const DataTreeSortContext* sortContext) const {
     const std::string name = formattedValue_ ? *formattedValue_ : std::string("NULL");
     text.append(indent, ' ').append("<").append(name).append(" level=\"").append(std::to_string(level_));
     text.append("\" ").append(collapsed_ ? "collapsed" : "expanded");
@@ -576,15 +579,16 @@ void DataTreeNode::appendDescription(std::string& text, std::size_t indent) cons
         text.append(" ").append(measures);
     }
     text.append(">\n");
-    for (const auto& child : children_) {
-        child->appendDescription(text, indent + 2);
+    NodeList sorted;
+    for (const auto& child : orderedChildren(sortContext, sorted)) {
+        child->appendDescription(text, indent + 2, sortContext);
     }
     text.append(indent, ' ').append("</").append(name).append(">\n");
 }
 
-std::string DataTreeNode::getDescription() const {
+std::string DataTreeNode::getDescription(const DataTreeSortContext* sortContext) const {
     std::string text;
-    appendDescription(text, 0);
+    appendDescription(text, 0, sortContext);
     return text;
 }
 

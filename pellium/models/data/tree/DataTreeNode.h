@@ -219,8 +219,9 @@ public:
     // --- Text ------------------------------------------------------------------------------------
 
     /// An indented XML-like text of the subtree: per node its formatted text ("NULL" without one),
-    /// level="n", expanded or collapsed and the measure values; children indented two blanks.
-    std::string getDescription() const;
+    /// level="n", expanded or collapsed and the measure values; children indented two blanks, in
+    /// the order of `sortContext` when one is given.
+    std::string getDescription(const DataTreeSortContext* sortContext = nullptr) const;
     /// Writes getDescription() to standard output.
     void print() const;
 
@@ -241,11 +242,11 @@ public:
 private:
     struct ListingOptions;
 
-    // The order in which a listing visits the children. The member sorting plugs in here; without
-    // a sort context it is insertion order.
-    const NodeList& orderedChildren(const DataTreeSortContext* sortContext) const;
+    // The order in which a listing visits the children: the sort context's, copied into `sorted`,
+    // or insertion order (the children themselves) when there is none or it leaves them be.
+    const NodeList& orderedChildren(const DataTreeSortContext* sortContext, NodeList& sorted) const;
     void listNodes(const ListingOptions& options, bool isStart, NodeList& out);
-    void appendDescription(std::string& text, std::size_t indent) const;
+    void appendDescription(std::string& text, std::size_t indent, const DataTreeSortContext* sortContext) const;
     void dropMergedAggregatorsUpwards() const;
     void mergeInto(const std::shared_ptr<DataTreeNode>& existing);
     bool writeBody(SerialWriter& writer) const;
