@@ -145,6 +145,25 @@ TEST(DataTreeSortContextTest, MeasureSortsKeepAllOthersLastAndTiesInDataOrder) {
     }
 }
 
+TEST(DataTreeSortContextTest, ColumnMembersSortByTheirValuesInARowMemberOrByTheRowTotal) {
+    const Sales sales = Sales::make();
+    const auto context = sales.context();
+    const auto years = [&] {
+        return names(
+            sales.years->getDisplay()->getDepthFirstListOfAllLeafNodesUnderThisNode(false, false, true, context.get()));
+    };
+    EXPECT_EQ(years(), "2021 2019 2020 <missing>");
+    // Totals: 2021 21, 2019 14, 2020 109, missing 2.
+    context->setSortStateForLevel("Year", MemberSortState::createByMeasure(DESCENDING, text("Sales")));
+    EXPECT_EQ(years(), "2020 2021 2019 <missing>");
+    // zebra sold 5 in 2021 and 4 in 2019; its other years have no cell and follow in data order.
+    context->setSortStateForLevel("Year", MemberSortState::createByMeasure(DESCENDING, text("Sales"), {text("zebra")}));
+    EXPECT_EQ(years(), "2021 2019 2020 <missing>");
+    context->setSortStateForLevel(
+        "Year", MemberSortState::createByMeasure(ASCENDING, text("Sales"), {text("zebra"), text("p3")}));
+    EXPECT_EQ(years(), "2021 2020 <missing> 2019");
+}
+
 TEST(DataTreeSortContextTest, NestedLevelsSortIndependentlyWithinEachParent) {
     const Sales sales = Sales::make();
     const auto context = sales.context();
