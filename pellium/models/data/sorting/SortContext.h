@@ -14,8 +14,8 @@ class LocalizationContext;
 /// What a comparator asks of the sort it serves: the direction, and the locale whose collation
 /// orders texts when a comparator collates them by language rather than by bytes. Comparators
 /// share their context, so a host that flips the direction of a column re-sorts with the same
-/// comparators. The sort contexts of hierarchies derive from this class and decide the direction
-/// from their own sort state.
+/// comparators. Crosstab members are sorted by DataTreeSortContext instead, whose direction
+/// differs from level to level.
 ///
 /// Threads: change a context only while no sort reads it.
 class PELLIUM_EXPORT SortContext {
