@@ -596,15 +596,30 @@ void aggregateNumbers(const RowSource& rows, const std::vector<std::uint32_t>& c
     }
 }
 
-// The distinct numbers of each leaf, for COUNT_DISTINCT. The numbers get dense codes first, so
-// that (leaf, number) pairs can be ticked off in a bitmap while it stays small.
+// The distinct numbers of a measure per crossing, for COUNT_DISTINCT: either bits per crossing over
+// the measure's sorted distinct numbers (a row of `words` words per crossing), or a list per
+// crossing.
+struct DistinctNumbers {
+    std::shared_ptr<const std::vector<double>> sorted;
+    std::size_t words = 0;
+    std::vector<std::uint64_t> bits;
+    std::vector<std::vector<double>> lists;
+};
+
+struct MeasureSummaries {
+    std::vector<LeafSummary> leaves;
+    DistinctNumbers distinctNumbers;
+    std::vector<std::vector<SharedString>> distinctStrings;
+    bool isString = false;
+    // The column and row that give a leaf's first value.
+    std::shared_ptr<Column> valueColumn;
+};
+
+// The rank of each row's number among the distinct numbers (NO_CODE for what is not counted), and
+// the distinct numbers in ascending order.
 template <typename Values>
-std::vector<std::vector<double>> collectDistinctNumbers(const RowSource& rows,
-                                                        const std::vector<std::uint32_t>& crossingOfPosition,
-                                                        Values values, std::size_t crossingCount) {
-    std::vector<std::vector<double>> distinct(crossingCount);
+std::vector<std::uint32_t> rankNumbers(const RowSource& rows, Values values, std::vector<double>& sorted) {
     std::vector<std::uint32_t> codeOfPosition(rows.size(), NO_CODE);
-    std::vector<double> numberOfCode;
     CodeMap codeOfNumber;
     for (std::size_t position = 0; position < rows.size(); ++position) {
         double value = values(rows[position]);
@@ -614,48 +629,100 @@ std::vector<std::vector<double>> collectDistinctNumbers(const RowSource& rows,
         value = value == 0 ? 0.0 : value;  // -0 and 0 are one value
         std::uint32_t& code = codeOfNumber.find(std::bit_cast<std::uint64_t>(value));
         if (code == NO_CODE) {
-            code = static_cast<std::uint32_t>(numberOfCode.size());
-            numberOfCode.push_back(value);
+            code = static_cast<std::uint32_t>(sorted.size());
+            sorted.push_back(value);
         }
         codeOfPosition[position] = code;
     }
-    const std::uint64_t width = numberOfCode.size();
-    const bool useBitmap = width * crossingCount <= (std::uint64_t{1} << 30);
-    std::vector<std::uint64_t> seenBits(useBitmap ? (width * crossingCount + 63) / 64 : 0, 0);
-    CodeMap seenPairs;
+    std::vector<std::uint32_t> order(sorted.size());
+    for (std::size_t code = 0; code < order.size(); ++code) {
+        order[code] = static_cast<std::uint32_t>(code);
+    }
+    std::sort(order.begin(), order.end(),
+              [&](std::uint32_t left, std::uint32_t right) { return sorted[left] < sorted[right]; });
+    std::vector<std::uint32_t> rankOfCode(order.size());
+    std::vector<double> ranked(order.size());
+    for (std::size_t rank = 0; rank < order.size(); ++rank) {
+        rankOfCode[order[rank]] = static_cast<std::uint32_t>(rank);
+        ranked[rank] = sorted[order[rank]];
+    }
+    sorted = std::move(ranked);
+    for (std::uint32_t& code : codeOfPosition) {
+        code = code == NO_CODE ? NO_CODE : rankOfCode[code];
+    }
+    return codeOfPosition;
+}
+
+// The distinct numbers of each crossing. The (crossing, rank) pairs are ticked off in a bitmap while
+// it stays small; the bitmap is handed over as is when it takes no more memory than the rows' ranks
+// did, and turned into sorted lists otherwise. Past that, pairs are found through a hash map.
+template <typename Values>
+DistinctNumbers collectDistinctNumbers(const RowSource& rows, const std::vector<std::uint32_t>& crossingOfPosition,
+                                       Values values, std::size_t crossingCount) {
+    DistinctNumbers distinct;
+    auto sorted = std::make_shared<std::vector<double>>();
+    const std::vector<std::uint32_t> rankOfPosition = rankNumbers(rows, values, *sorted);
+    distinct.sorted = sorted;
+    const std::size_t words = (sorted->size() + 63) / 64;
+    const std::uint64_t bitmapWords = std::uint64_t{words} * crossingCount;
+    if (bitmapWords > (std::uint64_t{1} << 24)) {
+        distinct.lists.resize(crossingCount);
+        CodeMap seenPairs;
+        for (std::size_t position = 0; position < rows.size(); ++position) {
+            const std::uint32_t rank = rankOfPosition[position];
+            if (rank == NO_CODE) {
+                continue;
+            }
+            const std::uint32_t crossing = crossingOfPosition[position];
+            std::uint32_t& seen = seenPairs.find((std::uint64_t{crossing} << 32) | rank);
+            if (seen == NO_CODE) {
+                seen = 1;
+                distinct.lists[crossing].push_back((*sorted)[rank]);
+            }
+        }
+        return distinct;
+    }
+    std::vector<std::uint64_t> bits(static_cast<std::size_t>(bitmapWords), 0);
     for (std::size_t position = 0; position < rows.size(); ++position) {
-        const std::uint32_t code = codeOfPosition[position];
-        if (code == NO_CODE) {
-            continue;
+        const std::uint32_t rank = rankOfPosition[position];
+        if (rank != NO_CODE) {
+            const std::size_t bit = crossingOfPosition[position] * words * 64 + rank;
+            bits[bit / 64] |= std::uint64_t{1} << (bit % 64);
         }
-        const std::uint32_t leaf = crossingOfPosition[position];
-        bool isNew;
-        if (useBitmap) {
-            const std::uint64_t bit = leaf * width + code;
-            std::uint64_t& word = seenBits[bit / 64];
-            const std::uint64_t mask = std::uint64_t{1} << (bit % 64);
-            isNew = (word & mask) == 0;
-            word |= mask;
-        } else {
-            std::uint32_t& seen = seenPairs.find((std::uint64_t{leaf} << 32) | code);
-            isNew = seen == NO_CODE;
-            seen = 1;
-        }
-        if (isNew) {
-            distinct[leaf].push_back(numberOfCode[code]);
+    }
+    if (bitmapWords <= rows.size()) {
+        distinct.words = words;
+        distinct.bits = std::move(bits);
+        return distinct;
+    }
+    distinct.lists.resize(crossingCount);
+    for (std::size_t crossing = 0; crossing < crossingCount; ++crossing) {
+        const std::vector<std::uint64_t> row(bits.begin() + static_cast<std::ptrdiff_t>(crossing * words),
+                                             bits.begin() + static_cast<std::ptrdiff_t>((crossing + 1) * words));
+        for (std::size_t word = 0; word < words; ++word) {
+            for (std::uint64_t rest = row[word]; rest != 0; rest &= rest - 1) {
+                distinct.lists[crossing].push_back(
+                    (*sorted)[word * 64 + static_cast<std::size_t>(std::countr_zero(rest))]);
+            }
         }
     }
     return distinct;
 }
 
-struct MeasureSummaries {
-    std::vector<LeafSummary> leaves;
-    std::vector<std::vector<double>> distinctNumbers;
-    std::vector<std::vector<SharedString>> distinctStrings;
-    bool isString = false;
-    // The column and row that give a leaf's first value.
-    std::shared_ptr<Column> valueColumn;
-};
+// Gives an aggregator the distinct numbers of its crossing.
+void addDistinctNumbers(Aggregator& aggregator, const DistinctNumbers& distinct, std::size_t crossing) {
+    if (distinct.words > 0) {
+        const auto first = distinct.bits.begin() + static_cast<std::ptrdiff_t>(crossing * distinct.words);
+        const auto last = first + static_cast<std::ptrdiff_t>(distinct.words);
+        if (std::any_of(first, last, [](std::uint64_t word) { return word != 0; })) {
+            aggregator.addDistinctNumberBits(distinct.sorted, std::vector<std::uint64_t>(first, last));
+        } else {
+            aggregator.addDistinctNumbers({});  // the set exists, empty, as for any counted crossing
+        }
+    } else if (crossing < distinct.lists.size()) {
+        aggregator.addDistinctNumbers(distinct.lists[crossing]);
+    }
+}
 
 template <typename Weights>
 void summarizeStringMeasure(const Column& column, bool countDistinct, const RowSource& rows,
@@ -771,9 +838,7 @@ std::shared_ptr<Aggregator> makeAggregator(const MeasureSummaries& summaries, st
             aggregator->createDistinctNumberSet();
         }
     }
-    if (leaf < summaries.distinctNumbers.size()) {
-        aggregator->addDistinctNumbers(summaries.distinctNumbers[leaf]);
-    }
+    addDistinctNumbers(*aggregator, summaries.distinctNumbers, leaf);
     if (leaf < summaries.distinctStrings.size()) {
         for (const SharedString& text : summaries.distinctStrings[leaf]) {
             aggregator->addDistinctString(text);
