@@ -333,6 +333,14 @@ void Aggregator::addDistinctNumberBits(std::shared_ptr<const std::vector<double>
     if (!countDistinct_ || !sortedNumbers) {
         return;
     }
+    // Bits beyond the numbers stand for nothing.
+    const std::size_t words = (sortedNumbers->size() + 63) / 64;
+    if (bits.size() >= words) {
+        bits.resize(words);
+        if (const std::size_t used = sortedNumbers->size() % 64; used != 0) {
+            bits.back() &= (std::uint64_t{1} << used) - 1;
+        }
+    }
     ensureDistinctNumbers();
     Aggregator given(Token{}, true);
     given.ensureDistinctNumbers();

@@ -245,27 +245,30 @@ private:
         keys_ = codeOfRow_.data();
     }
 
-    // Each distinct number is formatted once; runs of one number skip the look-up.
+    // Each distinct number is formatted once. A small direct-mapped cache of recent numbers keeps
+    // the hash map out of the loop for the few distinct numbers a level usually has.
     void encodeNumbers(const Column& column, const RowSource& rows, MemberDictionary& dictionary) {
         const double* numbers = column.getNumbers()->data();
         const auto formatter = formatterFor(column);
         CodeMap codeOfNumber;
-        std::uint64_t lastBits = 0;
-        std::uint32_t lastCode = NO_CODE;
+        struct CachedNumber {
+            std::uint64_t bits = 0;
+            std::uint32_t code = NO_CODE;
+        };
+        std::array<CachedNumber, 256> cache{};
         for (std::size_t position = 0; position < rows.size(); ++position) {
             const std::int32_t row = rows[position];
-            const double number = numbers[row];
-            const auto bits = std::bit_cast<std::uint64_t>(number);
-            if (bits != lastBits || lastCode == NO_CODE) {
+            const auto bits = std::bit_cast<std::uint64_t>(numbers[row]);
+            CachedNumber& cached = cache[(bits * 0x9E3779B97F4A7C15ULL) >> 56];
+            if (cached.bits != bits || cached.code == NO_CODE) [[unlikely]] {
                 std::uint32_t& code = codeOfNumber.find(bits);
                 if (code == NO_CODE) {
                     code = dictionary.codeFor(
-                        StringUtilities::internString(DataValue::formatNumericValue(number, *formatter)));
+                        StringUtilities::internString(DataValue::formatNumericValue(numbers[row], *formatter)));
                 }
-                lastBits = bits;
-                lastCode = code;
+                cached = {bits, code};
             }
-            codeOfRow_[static_cast<std::size_t>(row)] = static_cast<std::int32_t>(lastCode);
+            codeOfRow_[static_cast<std::size_t>(row)] = static_cast<std::int32_t>(cached.code);
         }
     }
 
@@ -601,6 +604,7 @@ void aggregateNumbers(const RowSource& rows, const std::vector<std::uint32_t>& c
 // crossing.
 struct DistinctNumbers {
     std::shared_ptr<const std::vector<double>> sorted;
+    bool asBits = false;
     std::size_t words = 0;
     std::vector<std::uint64_t> bits;
     std::vector<std::vector<double>> lists;
@@ -691,6 +695,7 @@ DistinctNumbers collectDistinctNumbers(const RowSource& rows, const std::vector<
         }
     }
     if (bitmapWords <= rows.size()) {
+        distinct.asBits = true;
         distinct.words = words;
         distinct.bits = std::move(bits);
         return distinct;
@@ -711,7 +716,7 @@ DistinctNumbers collectDistinctNumbers(const RowSource& rows, const std::vector<
 
 // Gives an aggregator the distinct numbers of its crossing.
 void addDistinctNumbers(Aggregator& aggregator, const DistinctNumbers& distinct, std::size_t crossing) {
-    if (distinct.words > 0) {
+    if (distinct.asBits) {
         const auto first = distinct.bits.begin() + static_cast<std::ptrdiff_t>(crossing * distinct.words);
         const auto last = first + static_cast<std::ptrdiff_t>(distinct.words);
         if (std::any_of(first, last, [](std::uint64_t word) { return word != 0; })) {
