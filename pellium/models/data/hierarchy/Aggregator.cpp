@@ -1,6 +1,7 @@
 #include "pellium/models/data/hierarchy/Aggregator.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <functional>
 #include <istream>
@@ -24,6 +25,28 @@ bool textLess(const SharedString& left, const SharedString& right) {
 // -0 and 0 are one distinct value.
 double canonical(double number) {
     return number == 0 ? 0.0 : number;
+}
+
+// The numbers whose bits are set, in the order of the bits.
+std::vector<double> numbersOfBits(const std::vector<double>& numbers, const std::vector<std::uint64_t>& bits) {
+    std::vector<double> decoded;
+    for (std::size_t word = 0; word < bits.size(); ++word) {
+        for (std::uint64_t rest = bits[word]; rest != 0; rest &= rest - 1) {
+            const std::size_t index = word * 64 + static_cast<std::size_t>(std::countr_zero(rest));
+            if (index < numbers.size()) {
+                decoded.push_back(numbers[index]);
+            }
+        }
+    }
+    return decoded;
+}
+
+std::size_t countBits(const std::vector<std::uint64_t>& bits) {
+    std::size_t count = 0;
+    for (const std::uint64_t word : bits) {
+        count += static_cast<std::size_t>(std::popcount(word));
+    }
+    return count;
 }
 
 template <typename Set, typename Value, typename Less>
@@ -62,6 +85,9 @@ std::shared_ptr<Aggregator> Aggregator::create(const Aggregator& other) {
     if (other.distinctNumbers_) {
         copy->distinctNumbers_ = std::make_unique<NumberSet>(*other.distinctNumbers_);
     }
+    if (other.numberBits_) {
+        copy->numberBits_ = std::make_unique<NumberBits>(*other.numberBits_);
+    }
     if (other.distinctStrings_) {
         copy->distinctStrings_ = std::make_unique<TextSet>(*other.distinctStrings_);
     }
@@ -80,6 +106,40 @@ void Aggregator::ensureDistinctNumbers() {
     if (!distinctNumbers_) {
         distinctNumbers_ = std::make_unique<NumberSet>();
     }
+}
+
+bool Aggregator::mergeNumberBits(const Aggregator& other) {
+    if (!other.numberBits_ || !other.distinctNumbers_->empty() || !distinctNumbers_->empty() ||
+        (numberBits_ && numberBits_->numbers != other.numberBits_->numbers)) {
+        return false;
+    }
+    if (!numberBits_) {
+        numberBits_ = std::make_unique<NumberBits>(*other.numberBits_);
+        return true;
+    }
+    std::vector<std::uint64_t>& bits = numberBits_->bits;
+    const std::vector<std::uint64_t>& otherBits = other.numberBits_->bits;
+    bits.resize(std::max(bits.size(), otherBits.size()), 0);
+    for (std::size_t word = 0; word < otherBits.size(); ++word) {
+        bits[word] |= otherBits[word];
+    }
+    return true;
+}
+
+void Aggregator::decodeNumberBits() {
+    if (numberBits_) {
+        ensureDistinctNumbers();
+        unionSorted(*distinctNumbers_, numbersOfBits(*numberBits_->numbers, numberBits_->bits), std::less<double>());
+        numberBits_.reset();
+    }
+}
+
+Aggregator::NumberSet Aggregator::allDistinctNumbers() const {
+    NumberSet numbers = distinctNumbers_ ? *distinctNumbers_ : NumberSet();
+    if (numberBits_) {
+        unionSorted(numbers, numbersOfBits(*numberBits_->numbers, numberBits_->bits), std::less<double>());
+    }
+    return numbers;
 }
 
 void Aggregator::ensureDistinctStrings() {
@@ -103,6 +163,7 @@ void Aggregator::aggregate(double value, std::uint32_t count, std::uint32_t miss
         if (isMissing) {
             values_.missingSeen = true;
         } else {
+            decodeNumberBits();
             ensureDistinctNumbers();
             insertSorted(*distinctNumbers_, canonical(value), std::less<double>());
         }
@@ -154,7 +215,10 @@ void Aggregator::aggregate(const Aggregator& other) {
     if (countDistinct_ && other.countDistinct_) {
         if (other.distinctNumbers_) {
             ensureDistinctNumbers();
-            unionSorted(*distinctNumbers_, *other.distinctNumbers_, std::less<double>());
+            if (!mergeNumberBits(other) && (other.numberBits_ || !other.distinctNumbers_->empty())) {
+                decodeNumberBits();
+                unionSorted(*distinctNumbers_, other.allDistinctNumbers(), std::less<double>());
+            }
         }
         if (other.distinctStrings_) {
             ensureDistinctStrings();
@@ -203,6 +267,9 @@ std::size_t Aggregator::getNumberOfUniqueValues() const {
     if (distinctNumbers_) {
         unique += distinctNumbers_->size() + (values_.missingSeen ? 1 : 0);
     }
+    if (numberBits_) {
+        unique += countBits(numberBits_->bits);
+    }
     if (distinctStrings_) {
         unique += distinctStrings_->size();
     }
@@ -240,6 +307,7 @@ SharedString Aggregator::getStringValue() const {
 
 void Aggregator::addDistinctNumber(double number) {
     if (countDistinct_ && !std::isnan(number)) {
+        decodeNumberBits();
         ensureDistinctNumbers();
         insertSorted(*distinctNumbers_, canonical(number), std::less<double>());
     }
@@ -255,8 +323,32 @@ void Aggregator::addDistinctNumbers(std::vector<double> numbers) {
     }
     std::sort(numbers.begin(), numbers.end());
     numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    decodeNumberBits();
     ensureDistinctNumbers();
     unionSorted(*distinctNumbers_, numbers, std::less<double>());
+}
+
+void Aggregator::addDistinctNumberBits(std::shared_ptr<const std::vector<double>> sortedNumbers,
+                                       std::vector<std::uint64_t> bits) {
+    if (!countDistinct_ || !sortedNumbers) {
+        return;
+    }
+    // Bits beyond the numbers stand for nothing.
+    const std::size_t words = (sortedNumbers->size() + 63) / 64;
+    if (bits.size() >= words) {
+        bits.resize(words);
+        if (const std::size_t used = sortedNumbers->size() % 64; used != 0) {
+            bits.back() &= (std::uint64_t{1} << used) - 1;
+        }
+    }
+    ensureDistinctNumbers();
+    Aggregator given(Token{}, true);
+    given.ensureDistinctNumbers();
+    given.numberBits_ = std::make_unique<NumberBits>(NumberBits{std::move(sortedNumbers), std::move(bits)});
+    if (!mergeNumberBits(given)) {
+        decodeNumberBits();
+        unionSorted(*distinctNumbers_, given.allDistinctNumbers(), std::less<double>());
+    }
 }
 
 void Aggregator::addDistinctString(const SharedString& text) {
@@ -282,7 +374,7 @@ std::string Aggregator::getDescription() const {
 bool Aggregator::writeBody(SerialWriter& writer) const {
     std::shared_ptr<const std::vector<double>> numbers;
     if (distinctNumbers_) {
-        numbers = std::make_shared<std::vector<double>>(*distinctNumbers_);
+        numbers = std::make_shared<std::vector<double>>(allDistinctNumbers());
     }
     std::shared_ptr<SharedStringVector> texts;
     if (distinctStrings_) {
@@ -323,6 +415,7 @@ bool Aggregator::readBody(SerialReader& reader) {
     if (!reader.readSharedStringVector(texts))
         return false;
     distinctNumbers_.reset();
+    numberBits_.reset();
     distinctStrings_.reset();
     if (numbers) {
         // The stream is not trusted to be sorted, unique or free of NaN.

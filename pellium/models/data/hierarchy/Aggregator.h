@@ -126,6 +126,12 @@ public:
     void addDistinctString(const SharedString& text);
     /// Records many distinct numbers at once.
     void addDistinctNumbers(std::vector<double> numbers);
+    /// Records distinct numbers as bits over `sortedNumbers` (ascending, unique, neither NaN nor -0):
+    /// bit i of `bits` stands for sortedNumbers[i]. Aggregators given bits over the same vector merge
+    /// by a bitwise or, which keeps the totals of a large tree cheap. Ignored unless distinct values
+    /// are tracked; an aggregator that already holds other numbers records them one by one.
+    void addDistinctNumberBits(std::shared_ptr<const std::vector<double>> sortedNumbers,
+                               std::vector<std::uint64_t> bits);
 
     // --- Stream form -----------------------------------------------------------------------------
     // Version mark, the distinct-value setting ("b" bool), count, missing count, sum, min, max
@@ -147,15 +153,28 @@ private:
     using NumberSet = std::vector<double>;
     using TextSet = std::vector<SharedString>;
 
+    // Distinct numbers handed over as bits (addDistinctNumberBits). They are kept only while the
+    // sorted vector is empty; whatever else touches the numbers first turns the bits into it.
+    struct NumberBits {
+        std::shared_ptr<const std::vector<double>> numbers;
+        std::vector<std::uint64_t> bits;
+    };
+
     bool writeBody(SerialWriter& writer) const;
     bool readBody(SerialReader& reader);
     void ensureDistinctNumbers();
     void ensureDistinctStrings();
+    /// Merges bits over the same numbers; false when the sets are not both in that form.
+    bool mergeNumberBits(const Aggregator& other);
+    void decodeNumberBits();
+    /// All distinct numbers, sorted, whichever form holds them.
+    NumberSet allDistinctNumbers() const;
 
     bool countDistinct_;
     RunningValues values_;
     std::shared_ptr<DataValue> first_;
     std::unique_ptr<NumberSet> distinctNumbers_;
+    std::unique_ptr<NumberBits> numberBits_;
     std::unique_ptr<TextSet> distinctStrings_;
 };
 

@@ -90,7 +90,8 @@ private:
 // The rows a build visits: a list, or all rows below a count.
 class RowSource {
 public:
-    RowSource(const std::vector<std::int32_t>* rows, std::int32_t limit) {
+    RowSource(const std::vector<std::int32_t>* rows, std::int32_t limit)
+        : rowLimit_(static_cast<std::size_t>(std::max(limit, 0))) {
         if (rows) {
             for (const std::int32_t row : *rows) {
                 if (row >= 0 && row < limit) {
@@ -106,6 +107,8 @@ public:
 
     std::size_t size() const { return size_; }
     bool isList() const { return isList_; }
+    /// One past the greatest row that can be visited.
+    std::size_t rowLimit() const { return rowLimit_; }
     std::int32_t operator[](std::size_t position) const {
         return isList_ ? selected_[position] : static_cast<std::int32_t>(position);
     }
@@ -113,6 +116,7 @@ public:
 private:
     std::vector<std::int32_t> selected_;
     std::size_t size_ = 0;
+    std::size_t rowLimit_ = 0;
     bool isList_ = false;
 };
 
@@ -135,12 +139,6 @@ private:
     std::vector<SharedString> texts_;
 };
 
-// One member code per visited row for one level column, and the formatted text of each code.
-struct LevelCodes {
-    std::vector<std::uint32_t> codes;
-    std::vector<SharedString> texts;
-};
-
 std::shared_ptr<Formatter> formatterFor(const Column& column) {
     auto& factory = *FormatterFactory::instance();
     const SharedString& formatName = column.getFormatName();
@@ -152,86 +150,277 @@ SharedString formattedStringCell(const Column& column, std::int32_t row) {
     return DataValue::formatStringValue(column.getStringAtIndex(row), column.getStringIndexAtIndex(row));
 }
 
-void encodeStringLevel(const Column& column, const RowSource& rows, MemberDictionary& dictionary,
-                       std::vector<std::uint32_t>& codes) {
-    const auto& indices = column.getStringIndices();
-    const auto& table = column.getResolvedStringTable();
-    if (!indices || !table) {
-        for (std::size_t position = 0; position < rows.size(); ++position) {
-            codes[position] = dictionary.codeFor(formattedStringCell(column, rows[position]));
+// The member of every visited row at one level: a key per row and a member code per key, so that
+// the code of a row is codeOfKey[keys[row]]. A string column read through its string table is keyed
+// by the string index itself, and each index that occurs (token codes included) is resolved to its
+// member once. Any other column gets a member code per row up front, its keys being those codes: a
+// numeric column formats each distinct number once, a column of explicit texts looks each row's text
+// up. Member codes number the distinct formatted texts: two cells that format alike are one member.
+class LevelMembers {
+public:
+    LevelMembers(const Column& column, const RowSource& rows) {
+        if (!encodeByStringIndex(column, rows)) {
+            encodeByRow(column, rows);
         }
-        return;
     }
-    // Each distinct index is resolved once; token codes (-100 to -1) once each too. Only rows whose
-    // text is not in the table (explicit texts) are looked up by text.
-    const std::size_t tableSize = table->size();
-    std::vector<std::uint32_t> codeOfIndex(tableSize, NO_CODE);
-    std::array<std::uint32_t, 101> codeOfToken;
-    codeOfToken.fill(NO_CODE);
-    const std::int32_t* indexOfRow = indices->data();
-    for (std::size_t position = 0; position < rows.size(); ++position) {
-        const std::int32_t row = rows[position];
-        const std::int32_t index = indexOfRow[row];
-        std::uint32_t code;
-        if (static_cast<std::uint32_t>(index) < tableSize) {
-            code = codeOfIndex[static_cast<std::size_t>(index)];
-            if (code == NO_CODE) [[unlikely]] {
-                code =
-                    dictionary.codeFor(DataValue::formatStringValue((*table)[static_cast<std::size_t>(index)], index));
-                codeOfIndex[static_cast<std::size_t>(index)] = code;
+
+    /// The keys, indexed by row (valid for the visited rows).
+    const std::int32_t* keys() const { return keys_; }
+    /// The member code of each key, offset so that it can be indexed by any key that occurs.
+    const std::uint32_t* codeOfKey() const { return codeOfKey_.data() + keyOffset_; }
+    std::int32_t firstKey() const { return -static_cast<std::int32_t>(keyOffset_); }
+    std::size_t keyCount() const { return codeOfKey_.size(); }
+    std::uint32_t memberOfRow(std::int32_t row) const { return codeOfKey()[keys_[row]]; }
+    std::size_t memberCount() const { return texts_.size(); }
+    const std::vector<SharedString>& texts() const { return texts_; }
+
+private:
+    // Token codes run from -100 (matches all) to -1 (missing).
+    static constexpr std::size_t TOKEN_KEYS = 100;
+
+    bool encodeByStringIndex(const Column& column, const RowSource& rows) {
+        const auto& table = column.getResolvedStringTable();
+        indices_ = column.getStringIndices();
+        if (column.getDataType() != DataType::STRING || !indices_ || !table || column.hasExplicitStrings()) {
+            indices_.reset();
+            return false;
+        }
+        // A row of each key that occurs (any row: a key's text does not depend on the row). An index
+        // that is neither a token nor in the table lands in the last slot, and makes the column fall
+        // back to codes per row. The loop stores without testing, so that it runs at memory speed.
+        const std::size_t keyCount = table->size() + TOKEN_KEYS;
+        std::vector<std::int32_t> rowOfKey(keyCount + 1, -1);
+        const std::int32_t* indexOfRow = indices_->data();
+        const auto recordRow = [&](std::int32_t row) {
+            const auto key = static_cast<std::uint32_t>(indexOfRow[row] + static_cast<std::int32_t>(TOKEN_KEYS));
+            rowOfKey[std::min<std::size_t>(key, keyCount)] = row;
+        };
+        if (rows.isList()) {
+            for (std::size_t position = 0; position < rows.size(); ++position) {
+                recordRow(rows[position]);
             }
-        } else if (index < 0 && index >= -100) {
-            std::uint32_t& cached = codeOfToken[static_cast<std::size_t>(-index)];
-            if (cached == NO_CODE) {
-                cached = dictionary.codeFor(formattedStringCell(column, row));
-            }
-            code = cached;
         } else {
-            code = dictionary.codeFor(formattedStringCell(column, row));
-        }
-        codes[position] = code;
-    }
-}
-
-void encodeNumericLevel(const Column& column, const RowSource& rows, MemberDictionary& dictionary,
-                        std::vector<std::uint32_t>& codes) {
-    const auto& numbers = column.getNumbers();
-    const auto formatter = formatterFor(column);
-    // Each distinct number is formatted once; runs of one number skip the look-up.
-    CodeMap codeOfNumber;
-    std::uint64_t lastBits = 0;
-    std::uint32_t lastCode = NO_CODE;
-    for (std::size_t position = 0; position < rows.size(); ++position) {
-        const double number = (*numbers)[static_cast<std::size_t>(rows[position])];
-        const auto bits = std::bit_cast<std::uint64_t>(number);
-        if (bits != lastBits || lastCode == NO_CODE) {
-            std::uint32_t& code = codeOfNumber.find(bits);
-            if (code == NO_CODE) {
-                code = dictionary.codeFor(
-                    StringUtilities::internString(DataValue::formatNumericValue(number, *formatter)));
+            for (std::int32_t row = 0; row < static_cast<std::int32_t>(rows.size()); ++row) {
+                recordRow(row);
             }
-            lastBits = bits;
-            lastCode = code;
         }
-        codes[position] = lastCode;
+        if (rowOfKey[keyCount] >= 0) {
+            indices_.reset();
+            return false;
+        }
+        rowOfKey.pop_back();
+        MemberDictionary dictionary;
+        codeOfKey_.assign(rowOfKey.size(), NO_CODE);
+        for (std::size_t key = 0; key < rowOfKey.size(); ++key) {
+            if (rowOfKey[key] >= 0) {
+                codeOfKey_[key] = dictionary.codeFor(formattedStringCell(column, rowOfKey[key]));
+            }
+        }
+        keyOffset_ = TOKEN_KEYS;
+        keys_ = indexOfRow;
+        texts_ = dictionary.texts();
+        return true;
     }
-}
 
-LevelCodes encodeLevel(const Column& column, const RowSource& rows) {
-    LevelCodes level;
-    level.codes.resize(rows.size());
-    MemberDictionary dictionary;
-    if (column.getDataType() == DataType::STRING) {
-        encodeStringLevel(column, rows, dictionary, level.codes);
-    } else if (column.getNumbers()) {
-        encodeNumericLevel(column, rows, dictionary, level.codes);
-    } else {
-        std::fill(level.codes.begin(), level.codes.end(),
-                  dictionary.codeFor(DataTokens::getMissingNumericDisplayString()));
+    void encodeByRow(const Column& column, const RowSource& rows) {
+        MemberDictionary dictionary;
+        codeOfRow_.assign(rows.rowLimit(), 0);
+        if (column.getDataType() == DataType::STRING) {
+            for (std::size_t position = 0; position < rows.size(); ++position) {
+                const std::int32_t row = rows[position];
+                codeOfRow_[static_cast<std::size_t>(row)] =
+                    static_cast<std::int32_t>(dictionary.codeFor(formattedStringCell(column, row)));
+            }
+        } else if (column.getNumbers()) {
+            encodeNumbers(column, rows, dictionary);
+        } else {
+            dictionary.codeFor(DataTokens::getMissingNumericDisplayString());
+        }
+        texts_ = dictionary.texts();
+        codeOfKey_.resize(texts_.size());
+        for (std::size_t code = 0; code < codeOfKey_.size(); ++code) {
+            codeOfKey_[code] = static_cast<std::uint32_t>(code);
+        }
+        keyOffset_ = 0;
+        keys_ = codeOfRow_.data();
     }
-    level.texts = dictionary.texts();
-    return level;
-}
+
+    // Each distinct number is formatted once. A small direct-mapped cache of recent numbers keeps
+    // the hash map out of the loop for the few distinct numbers a level usually has.
+    void encodeNumbers(const Column& column, const RowSource& rows, MemberDictionary& dictionary) {
+        const double* numbers = column.getNumbers()->data();
+        const auto formatter = formatterFor(column);
+        CodeMap codeOfNumber;
+        struct CachedNumber {
+            std::uint64_t bits = 0;
+            std::uint32_t code = NO_CODE;
+        };
+        std::array<CachedNumber, 256> cache{};
+        for (std::size_t position = 0; position < rows.size(); ++position) {
+            const std::int32_t row = rows[position];
+            const auto bits = std::bit_cast<std::uint64_t>(numbers[row]);
+            CachedNumber& cached = cache[(bits * 0x9E3779B97F4A7C15ULL) >> 56];
+            if (cached.bits != bits || cached.code == NO_CODE) [[unlikely]] {
+                std::uint32_t& code = codeOfNumber.find(bits);
+                if (code == NO_CODE) {
+                    code = dictionary.codeFor(
+                        StringUtilities::internString(DataValue::formatNumericValue(numbers[row], *formatter)));
+                }
+                cached = {bits, code};
+            }
+            codeOfRow_[static_cast<std::size_t>(row)] = static_cast<std::int32_t>(cached.code);
+        }
+    }
+
+    std::shared_ptr<Column::IndexVector> indices_;  // keeps the keys alive
+    std::vector<std::int32_t> codeOfRow_;
+    const std::int32_t* keys_ = nullptr;
+    std::size_t keyOffset_ = 0;
+    std::vector<std::uint32_t> codeOfKey_;
+    std::vector<SharedString> texts_;
+};
+
+// The crossing of every visited row: one number per distinct combination of its members at all
+// levels. When the product of the levels' member counts is small, the number is computed per row
+// from the keys through tables of premultiplied member codes (no array per row is written); past
+// that the crossings are numbered once per row, level by level, renumbering through a hash map
+// whenever the product would outgrow the limit.
+class RowCrossings {
+public:
+    RowCrossings(const std::vector<std::unique_ptr<LevelMembers>>& levels, const RowSource& rows) : rows_(rows) {
+        std::uint64_t product = 1;
+        bool fits = true;
+        for (const auto& level : levels) {
+            product *= std::max<std::size_t>(level->memberCount(), 1);
+            fits = fits && product <= denseLimit(rows.size());
+        }
+        if (fits) {
+            makeStrideTables(levels);
+        } else {
+            numberPerRow(levels);
+        }
+    }
+
+    /// The number of crossing numbers (some may not occur).
+    std::size_t crossingCount() const { return crossingCount_; }
+
+    /// Calls visit(position, row, crossing) for every visited row in order.
+    template <typename Visit>
+    void forEachRow(const Visit& visit) const {
+        if (!crossingOfPosition_.empty()) {
+            forEachRowOf(visit, [this](std::size_t position, std::int32_t) { return crossingOfPosition_[position]; });
+            return;
+        }
+        const auto key = [this](std::size_t level) { return keys_[level]; };
+        const auto table = [this](std::size_t level) { return tables_[level]; };
+        switch (keys_.size()) {
+            case 0:
+                forEachRowOf(visit, [](std::size_t, std::int32_t) { return std::uint32_t{0}; });
+                break;
+            case 1:
+                forEachRowOf(visit,
+                             [k0 = key(0), t0 = table(0)](std::size_t, std::int32_t row) { return t0[k0[row]]; });
+                break;
+            case 2:
+                forEachRowOf(visit, [k0 = key(0), t0 = table(0), k1 = key(1), t1 = table(1)](
+                                        std::size_t, std::int32_t row) { return t0[k0[row]] + t1[k1[row]]; });
+                break;
+            case 3:
+                forEachRowOf(visit,
+                             [k0 = key(0), t0 = table(0), k1 = key(1), t1 = table(1), k2 = key(2), t2 = table(2)](
+                                 std::size_t, std::int32_t row) { return t0[k0[row]] + t1[k1[row]] + t2[k2[row]]; });
+                break;
+            default:
+                forEachRowOf(visit, [this](std::size_t, std::int32_t row) {
+                    std::uint32_t crossing = 0;
+                    for (std::size_t level = 0; level < keys_.size(); ++level) {
+                        crossing += tables_[level][keys_[level][row]];
+                    }
+                    return crossing;
+                });
+                break;
+        }
+    }
+
+private:
+    // Dense numbers address flat per-crossing arrays; their size is held to the data's.
+    static std::uint64_t denseLimit(std::size_t rowCount) {
+        return std::clamp<std::uint64_t>(rowCount, std::uint64_t{1} << 16, std::uint64_t{1} << 22);
+    }
+
+    template <typename Visit, typename CrossingOf>
+    void forEachRowOf(const Visit& visit, CrossingOf crossingOf) const {
+        if (rows_.isList()) {
+            for (std::size_t position = 0; position < rows_.size(); ++position) {
+                const std::int32_t row = rows_[position];
+                visit(position, row, crossingOf(position, row));
+            }
+        } else {
+            const auto count = static_cast<std::int32_t>(rows_.size());
+            for (std::int32_t row = 0; row < count; ++row) {
+                visit(static_cast<std::size_t>(row), row, crossingOf(static_cast<std::size_t>(row), row));
+            }
+        }
+    }
+
+    // Row-major numbering: the last level varies fastest.
+    void makeStrideTables(const std::vector<std::unique_ptr<LevelMembers>>& levels) {
+        std::uint32_t stride = 1;
+        storage_.resize(levels.size());
+        for (std::size_t level = levels.size(); level-- > 0;) {
+            const LevelMembers& members = *levels[level];
+            std::vector<std::uint32_t>& table = storage_[level];
+            table.resize(members.keyCount());
+            const std::uint32_t* codes = members.codeOfKey() + members.firstKey();
+            for (std::size_t key = 0; key < table.size(); ++key) {
+                // Keys that never occur keep an out-of-range code; they are never read.
+                table[key] = codes[key] == NO_CODE ? 0 : codes[key] * stride;
+            }
+            stride *= static_cast<std::uint32_t>(std::max<std::size_t>(members.memberCount(), 1));
+        }
+        for (std::size_t level = 0; level < levels.size(); ++level) {
+            keys_.push_back(levels[level]->keys());
+            tables_.push_back(storage_[level].data() - levels[level]->firstKey());
+        }
+        crossingCount_ = stride;
+    }
+
+    void numberPerRow(const std::vector<std::unique_ptr<LevelMembers>>& levels) {
+        crossingOfPosition_.assign(rows_.size(), 0);
+        std::uint64_t count = 1;
+        for (const auto& level : levels) {
+            const std::uint64_t width = std::max<std::size_t>(level->memberCount(), 1);
+            if (count * width <= denseLimit(rows_.size())) {
+                for (std::size_t position = 0; position < rows_.size(); ++position) {
+                    std::uint32_t& crossing = crossingOfPosition_[position];
+                    crossing = crossing * static_cast<std::uint32_t>(width) + level->memberOfRow(rows_[position]);
+                }
+                count *= width;
+                continue;
+            }
+            CodeMap renumbered(1024);
+            std::uint32_t next = 0;
+            for (std::size_t position = 0; position < rows_.size(); ++position) {
+                std::uint32_t& crossing = crossingOfPosition_[position];
+                std::uint32_t& number =
+                    renumbered.find((std::uint64_t{crossing} << 32) | level->memberOfRow(rows_[position]));
+                if (number == NO_CODE) {
+                    number = next++;
+                }
+                crossing = number;
+            }
+            count = next;
+        }
+        crossingCount_ = static_cast<std::size_t>(count);
+    }
+
+    const RowSource& rows_;
+    std::vector<const std::int32_t*> keys_;
+    std::vector<const std::uint32_t*> tables_;
+    std::vector<std::vector<std::uint32_t>> storage_;
+    std::vector<std::uint32_t> crossingOfPosition_;
+    std::size_t crossingCount_ = 1;
+};
 
 // The nodes of one tree level, numbered in the order rows first reach them.
 struct LevelNodes {
@@ -247,195 +436,33 @@ struct LevelNodes {
     }
 };
 
-// The members of one level column: a code per distinct formatted text. A column with a string table
-// is keyed by string index, each index resolved to its member once; any other column gets its codes
-// per row up front (a numeric column formats each distinct number once).
-class MemberCodes {
-public:
-    MemberCodes(const Column& column, const RowSource& rows) : column_(column) {
-        const auto& indices = column.getStringIndices();
-        const auto& table = column.getResolvedStringTable();
-        if (column.getDataType() == DataType::STRING && indices && table) {
-            indices_ = indices->data();
-            table_ = table.get();
-            codeOfIndex_.assign(table->size(), NO_CODE);
-            codeOfToken_.fill(NO_CODE);
-            return;
-        }
-        LevelCodes level = encodeLevel(column, rows);
-        codes_ = std::move(level.codes);
-        precomputedTexts_ = std::move(level.texts);
-    }
-
-    bool isKeyedByIndex() const { return indices_ != nullptr; }
-    /// The number of keys: table entries, or member codes.
-    std::size_t keyCount() const { return indices_ ? table_->size() : precomputedTexts_.size(); }
-    const std::int32_t* indices() const { return indices_; }
-    const std::uint32_t* codes() const { return codes_.data(); }
-
-    /// The member code of a table index (REQUIRES: within the table).
-    std::uint32_t codeOfIndex(std::int32_t index) {
-        std::uint32_t& code = codeOfIndex_[static_cast<std::size_t>(index)];
-        if (code == NO_CODE) {
-            code = dictionary_.codeFor(DataValue::formatStringValue((*table_)[static_cast<std::size_t>(index)], index));
-        }
-        return code;
-    }
-    /// The member code of a row whose index is outside the table (a token code or an explicit text).
-    std::uint32_t codeOfOtherRow(std::int32_t row) {
-        const std::int32_t index = indices_[row];
-        if (index < 0 && index >= -100) {
-            std::uint32_t& cached = codeOfToken_[static_cast<std::size_t>(-index)];
-            if (cached == NO_CODE) {
-                cached = dictionary_.codeFor(formattedStringCell(column_, row));
+// Classifies the crossings that occur, in the order of their first rows, by levels [first, first +
+// count): each crossing walks down the levels, making the children it reaches first. A node's first
+// row is the least first row of its crossings, so this makes the nodes in the order a walk over all
+// rows would, and gives each crossing its node at the last of the levels.
+std::vector<LevelNodes> classifyCrossings(const std::vector<std::uint32_t>& crossingsInOrder,
+                                          const std::vector<std::int32_t>& firstRowOfCrossing,
+                                          const std::vector<std::unique_ptr<LevelMembers>>& levels, std::size_t first,
+                                          std::size_t count, std::vector<std::uint32_t>* nodeOfCrossing) {
+    std::vector<LevelNodes> nodes(count);
+    std::vector<CodeMap> childOf(count);
+    for (const std::uint32_t crossing : crossingsInOrder) {
+        const std::int32_t row = firstRowOfCrossing[crossing];
+        std::uint32_t node = 0;
+        for (std::size_t level = 0; level < count; ++level) {
+            const std::uint32_t code = levels[first + level]->memberOfRow(row);
+            std::uint32_t& child = childOf[level].find((std::uint64_t{node} << 32) | code);
+            if (child == NO_CODE) {
+                child = nodes[level].add(node, code, row);
             }
-            return cached;
+            node = child;
         }
-        return dictionary_.codeFor(formattedStringCell(column_, row));
-    }
-    const std::vector<SharedString>& texts() const { return indices_ ? dictionary_.texts() : precomputedTexts_; }
-
-private:
-    const Column& column_;
-    const std::int32_t* indices_ = nullptr;
-    const std::vector<SharedString>* table_ = nullptr;
-    std::vector<std::uint32_t> codeOfIndex_;
-    std::array<std::uint32_t, 101> codeOfToken_{};
-    MemberDictionary dictionary_;
-    std::vector<std::uint32_t> codes_;
-    std::vector<SharedString> precomputedTexts_;
-};
-
-// One level's step from a parent node to the child a row falls into, making the child when it is
-// new. A key per row (the string index, made dense in the order indices are first seen, or the
-// member code) and the parent node select a slot of a small parent-major table; a pair seen for the
-// first time is resolved to its member, so that two keys that format alike lead to the same child.
-// When the table would grow past DENSE_LIMIT slots, pairs move to a hash map.
-class LevelClassifier {
-public:
-    explicit LevelClassifier(MemberCodes& members) : members_(members) {
-        if (members.isKeyedByIndex()) {
-            indices_ = members.indices();
-            tableSize_ = static_cast<std::uint32_t>(members.keyCount());
-            localKeyOfIndex_.assign(members.keyCount(), NO_CODE);
-            width_ = 16;
-        } else {
-            codes_ = members.codes();
-            width_ = std::max<std::uint32_t>(static_cast<std::uint32_t>(members.keyCount()), 1);
+        if (nodeOfCrossing) {
+            (*nodeOfCrossing)[crossing] = node;
         }
     }
-
-    [[gnu::always_inline]] std::uint32_t childOf(std::uint32_t parent, std::int32_t row, std::size_t position,
-                                                 LevelNodes& nodes) {
-        std::uint32_t key;
-        if (indices_) {
-            const std::int32_t index = indices_[row];
-            if (static_cast<std::uint32_t>(index) >= tableSize_) [[unlikely]] {
-                return memberChild(parent, members_.codeOfOtherRow(row), row, nodes);
-            }
-            key = localKeyOfIndex_[static_cast<std::uint32_t>(index)];
-            if (key == NO_CODE) [[unlikely]] {
-                key = assignLocalKey(index);
-            }
-        } else {
-            key = codes_[position];
-        }
-        if (parent < parentCapacity_) [[likely]] {
-            const std::uint32_t node = nodeOfPair_[std::size_t{parent} * width_ + key];
-            if (node != NO_CODE) [[likely]] {
-                return node;
-            }
-        }
-        return newPair(parent, key, row, nodes);
-    }
-
-private:
-    static constexpr std::size_t DENSE_LIMIT = std::size_t{1} << 24;
-
-    std::uint32_t codeOfKey(std::uint32_t key) { return indices_ ? members_.codeOfIndex(indexOfLocalKey_[key]) : key; }
-
-    [[gnu::noinline]] std::uint32_t assignLocalKey(std::int32_t index) {
-        const auto key = static_cast<std::uint32_t>(indexOfLocalKey_.size());
-        indexOfLocalKey_.push_back(index);
-        localKeyOfIndex_[static_cast<std::uint32_t>(index)] = key;
-        if (key >= width_) {
-            relayout(parentCapacity_, width_ * 2);
-        }
-        return key;
-    }
-
-    // Moves the dense table to new dimensions, or to the hash map past the limit.
-    void relayout(std::size_t parentCapacity, std::uint32_t width) {
-        std::vector<std::uint32_t> table;
-        const bool fits = !mapped_ && parentCapacity * width <= DENSE_LIMIT;
-        if (fits) {
-            table.assign(parentCapacity * width, NO_CODE);
-        }
-        for (std::size_t parent = 0; parent < parentCapacity_; ++parent) {
-            for (std::uint32_t key = 0; key < width_; ++key) {
-                const std::uint32_t node = nodeOfPair_[parent * width_ + key];
-                if (node == NO_CODE) {
-                    continue;
-                }
-                if (fits) {
-                    table[parent * width + key] = node;
-                } else {
-                    nodeOfPairMap_.find((std::uint64_t{static_cast<std::uint32_t>(parent)} << 32) | key) = node;
-                }
-            }
-        }
-        width_ = width;
-        if (fits) {
-            nodeOfPair_ = std::move(table);
-            parentCapacity_ = static_cast<std::uint32_t>(parentCapacity);
-        } else {
-            nodeOfPair_ = {};
-            parentCapacity_ = 0;
-            mapped_ = true;
-        }
-    }
-
-    [[gnu::noinline]] std::uint32_t newPair(std::uint32_t parent, std::uint32_t key, std::int32_t row,
-                                            LevelNodes& nodes) {
-        if (!mapped_ && parent >= parentCapacity_) {
-            relayout(std::max<std::size_t>(std::size_t{parent} + 1, std::size_t{parentCapacity_} * 2), width_);
-        }
-        if (mapped_) {
-            std::uint32_t& node = nodeOfPairMap_.find((std::uint64_t{parent} << 32) | key);
-            if (node == NO_CODE) {
-                node = memberChild(parent, codeOfKey(key), row, nodes);
-            }
-            return node;
-        }
-        std::uint32_t& node = nodeOfPair_[std::size_t{parent} * width_ + key];
-        if (node == NO_CODE) {
-            node = memberChild(parent, codeOfKey(key), row, nodes);
-        }
-        return node;
-    }
-
-    [[gnu::noinline]] std::uint32_t memberChild(std::uint32_t parent, std::uint32_t code, std::int32_t row,
-                                                LevelNodes& nodes) {
-        std::uint32_t& node = nodeOfMember_.find((std::uint64_t{parent} << 32) | code);
-        if (node == NO_CODE) {
-            node = nodes.add(parent, code, row);
-        }
-        return node;
-    }
-
-    MemberCodes& members_;
-    const std::int32_t* indices_ = nullptr;
-    const std::uint32_t* codes_ = nullptr;
-    std::uint32_t tableSize_ = 0;
-    std::vector<std::uint32_t> localKeyOfIndex_;
-    std::vector<std::int32_t> indexOfLocalKey_;
-    std::uint32_t width_ = 1;
-    std::uint32_t parentCapacity_ = 0;
-    bool mapped_ = false;
-    std::vector<std::uint32_t> nodeOfPair_;
-    CodeMap nodeOfPairMap_;
-    CodeMap nodeOfMember_;
-};
+    return nodes;
+}
 
 std::shared_ptr<DataValue> memberValue(const Column& column, std::int32_t row, const SharedString& formattedValue) {
     if (column.getDataType() == DataType::STRING) {
@@ -453,10 +480,14 @@ std::shared_ptr<DataValue> memberValue(const Column& column, std::int32_t row, c
 
 // --- Measures --------------------------------------------------------------------------------------
 
-// The running values of one measure in one leaf, before they become an Aggregator.
+// The running values of one measure in one crossing, before they become an Aggregator. The sum
+// starts at 0 rather than NaN so that adding needs no test; a crossing that got no number (its
+// extremes are still apart the wrong way) has its sum made NaN on hand-over.
 struct LeafSummary {
-    Aggregator::RunningValues values;
+    Aggregator::RunningValues values{.sum = 0.0};
     std::int32_t firstRow = -1;
+
+    bool hasNumber() const { return values.min <= values.max; }
 };
 
 std::uint32_t toCount(double weight) {
@@ -537,29 +568,62 @@ template <typename Weights>
     }
     running.count += weights.count(row);
     running.missingCount += weights.missing(row);
-    running.sum = (std::isnan(running.sum) ? 0.0 : running.sum) + value;
+    running.sum += value;
+    running.min = std::min(running.min, value);
+    running.max = std::max(running.max, value);
+}
+
+// addNumber for a row weighing one value, with one test for the common case of a finite number
+// (not a sentinel: both sentinels lie at the ends of the finite range).
+[[gnu::always_inline]] inline void addUnweightedNumber(LeafSummary& leaf, std::int32_t row, double value) {
+    if (!(std::fabs(value) < DataTokens::SUPPRESSED_NUMERIC)) [[unlikely]] {
+        addNumber(leaf, row, value, UnitWeights{});
+        return;
+    }
+    if (leaf.firstRow < 0) [[unlikely]] {
+        leaf.firstRow = row;
+    }
+    Aggregator::RunningValues& running = leaf.values;
+    running.count += 1;
+    running.sum += value;
     running.min = std::min(running.min, value);
     running.max = std::max(running.max, value);
 }
 
 template <typename Values, typename Weights>
-void aggregateNumbers(const RowSource& rows, const std::vector<std::uint32_t>& leafOfPosition, Values values,
+void aggregateNumbers(const RowSource& rows, const std::vector<std::uint32_t>& crossingOfPosition, Values values,
                       Weights weights, std::vector<LeafSummary>& leaves) {
     for (std::size_t position = 0; position < rows.size(); ++position) {
         const std::int32_t row = rows[position];
-        addNumber(leaves[leafOfPosition[position]], row, values(row), weights);
+        addNumber(leaves[crossingOfPosition[position]], row, values(row), weights);
     }
 }
 
-// The distinct numbers of each leaf, for COUNT_DISTINCT. The numbers get dense codes first, so
-// that (leaf, number) pairs can be ticked off in a bitmap while it stays small.
+// The distinct numbers of a measure per crossing, for COUNT_DISTINCT: either bits per crossing over
+// the measure's sorted distinct numbers (a row of `words` words per crossing), or a list per
+// crossing.
+struct DistinctNumbers {
+    std::shared_ptr<const std::vector<double>> sorted;
+    bool asBits = false;
+    std::size_t words = 0;
+    std::vector<std::uint64_t> bits;
+    std::vector<std::vector<double>> lists;
+};
+
+struct MeasureSummaries {
+    std::vector<LeafSummary> leaves;
+    DistinctNumbers distinctNumbers;
+    std::vector<std::vector<SharedString>> distinctStrings;
+    bool isString = false;
+    // The column and row that give a leaf's first value.
+    std::shared_ptr<Column> valueColumn;
+};
+
+// The rank of each row's number among the distinct numbers (NO_CODE for what is not counted), and
+// the distinct numbers in ascending order.
 template <typename Values>
-std::vector<std::vector<double>> collectDistinctNumbers(const RowSource& rows,
-                                                        const std::vector<std::uint32_t>& leafOfPosition, Values values,
-                                                        std::size_t leafCount) {
-    std::vector<std::vector<double>> distinct(leafCount);
+std::vector<std::uint32_t> rankNumbers(const RowSource& rows, Values values, std::vector<double>& sorted) {
     std::vector<std::uint32_t> codeOfPosition(rows.size(), NO_CODE);
-    std::vector<double> numberOfCode;
     CodeMap codeOfNumber;
     for (std::size_t position = 0; position < rows.size(); ++position) {
         double value = values(rows[position]);
@@ -569,52 +633,105 @@ std::vector<std::vector<double>> collectDistinctNumbers(const RowSource& rows,
         value = value == 0 ? 0.0 : value;  // -0 and 0 are one value
         std::uint32_t& code = codeOfNumber.find(std::bit_cast<std::uint64_t>(value));
         if (code == NO_CODE) {
-            code = static_cast<std::uint32_t>(numberOfCode.size());
-            numberOfCode.push_back(value);
+            code = static_cast<std::uint32_t>(sorted.size());
+            sorted.push_back(value);
         }
         codeOfPosition[position] = code;
     }
-    const std::uint64_t width = numberOfCode.size();
-    const bool useBitmap = width * leafCount <= (std::uint64_t{1} << 30);
-    std::vector<std::uint64_t> seenBits(useBitmap ? (width * leafCount + 63) / 64 : 0, 0);
-    CodeMap seenPairs;
+    std::vector<std::uint32_t> order(sorted.size());
+    for (std::size_t code = 0; code < order.size(); ++code) {
+        order[code] = static_cast<std::uint32_t>(code);
+    }
+    std::sort(order.begin(), order.end(),
+              [&](std::uint32_t left, std::uint32_t right) { return sorted[left] < sorted[right]; });
+    std::vector<std::uint32_t> rankOfCode(order.size());
+    std::vector<double> ranked(order.size());
+    for (std::size_t rank = 0; rank < order.size(); ++rank) {
+        rankOfCode[order[rank]] = static_cast<std::uint32_t>(rank);
+        ranked[rank] = sorted[order[rank]];
+    }
+    sorted = std::move(ranked);
+    for (std::uint32_t& code : codeOfPosition) {
+        code = code == NO_CODE ? NO_CODE : rankOfCode[code];
+    }
+    return codeOfPosition;
+}
+
+// The distinct numbers of each crossing. The (crossing, rank) pairs are ticked off in a bitmap while
+// it stays small; the bitmap is handed over as is when it takes no more memory than the rows' ranks
+// did, and turned into sorted lists otherwise. Past that, pairs are found through a hash map.
+template <typename Values>
+DistinctNumbers collectDistinctNumbers(const RowSource& rows, const std::vector<std::uint32_t>& crossingOfPosition,
+                                       Values values, std::size_t crossingCount) {
+    DistinctNumbers distinct;
+    auto sorted = std::make_shared<std::vector<double>>();
+    const std::vector<std::uint32_t> rankOfPosition = rankNumbers(rows, values, *sorted);
+    distinct.sorted = sorted;
+    const std::size_t words = (sorted->size() + 63) / 64;
+    const std::uint64_t bitmapWords = std::uint64_t{words} * crossingCount;
+    if (bitmapWords > (std::uint64_t{1} << 24)) {
+        distinct.lists.resize(crossingCount);
+        CodeMap seenPairs;
+        for (std::size_t position = 0; position < rows.size(); ++position) {
+            const std::uint32_t rank = rankOfPosition[position];
+            if (rank == NO_CODE) {
+                continue;
+            }
+            const std::uint32_t crossing = crossingOfPosition[position];
+            std::uint32_t& seen = seenPairs.find((std::uint64_t{crossing} << 32) | rank);
+            if (seen == NO_CODE) {
+                seen = 1;
+                distinct.lists[crossing].push_back((*sorted)[rank]);
+            }
+        }
+        return distinct;
+    }
+    std::vector<std::uint64_t> bits(static_cast<std::size_t>(bitmapWords), 0);
     for (std::size_t position = 0; position < rows.size(); ++position) {
-        const std::uint32_t code = codeOfPosition[position];
-        if (code == NO_CODE) {
-            continue;
+        const std::uint32_t rank = rankOfPosition[position];
+        if (rank != NO_CODE) {
+            const std::size_t bit = crossingOfPosition[position] * words * 64 + rank;
+            bits[bit / 64] |= std::uint64_t{1} << (bit % 64);
         }
-        const std::uint32_t leaf = leafOfPosition[position];
-        bool isNew;
-        if (useBitmap) {
-            const std::uint64_t bit = leaf * width + code;
-            std::uint64_t& word = seenBits[bit / 64];
-            const std::uint64_t mask = std::uint64_t{1} << (bit % 64);
-            isNew = (word & mask) == 0;
-            word |= mask;
-        } else {
-            std::uint32_t& seen = seenPairs.find((std::uint64_t{leaf} << 32) | code);
-            isNew = seen == NO_CODE;
-            seen = 1;
-        }
-        if (isNew) {
-            distinct[leaf].push_back(numberOfCode[code]);
+    }
+    if (bitmapWords <= rows.size()) {
+        distinct.asBits = true;
+        distinct.words = words;
+        distinct.bits = std::move(bits);
+        return distinct;
+    }
+    distinct.lists.resize(crossingCount);
+    for (std::size_t crossing = 0; crossing < crossingCount; ++crossing) {
+        const std::vector<std::uint64_t> row(bits.begin() + static_cast<std::ptrdiff_t>(crossing * words),
+                                             bits.begin() + static_cast<std::ptrdiff_t>((crossing + 1) * words));
+        for (std::size_t word = 0; word < words; ++word) {
+            for (std::uint64_t rest = row[word]; rest != 0; rest &= rest - 1) {
+                distinct.lists[crossing].push_back(
+                    (*sorted)[word * 64 + static_cast<std::size_t>(std::countr_zero(rest))]);
+            }
         }
     }
     return distinct;
 }
 
-struct MeasureSummaries {
-    std::vector<LeafSummary> leaves;
-    std::vector<std::vector<double>> distinctNumbers;
-    std::vector<std::vector<SharedString>> distinctStrings;
-    bool isString = false;
-    // The column and row that give a leaf's first value.
-    std::shared_ptr<Column> valueColumn;
-};
+// Gives an aggregator the distinct numbers of its crossing.
+void addDistinctNumbers(Aggregator& aggregator, const DistinctNumbers& distinct, std::size_t crossing) {
+    if (distinct.asBits) {
+        const auto first = distinct.bits.begin() + static_cast<std::ptrdiff_t>(crossing * distinct.words);
+        const auto last = first + static_cast<std::ptrdiff_t>(distinct.words);
+        if (std::any_of(first, last, [](std::uint64_t word) { return word != 0; })) {
+            aggregator.addDistinctNumberBits(distinct.sorted, std::vector<std::uint64_t>(first, last));
+        } else {
+            aggregator.addDistinctNumbers({});  // the set exists, empty, as for any counted crossing
+        }
+    } else if (crossing < distinct.lists.size()) {
+        aggregator.addDistinctNumbers(distinct.lists[crossing]);
+    }
+}
 
 template <typename Weights>
 void summarizeStringMeasure(const Column& column, bool countDistinct, const RowSource& rows,
-                            const std::vector<std::uint32_t>& leafOfPosition, Weights weights,
+                            const std::vector<std::uint32_t>& crossingOfPosition, Weights weights,
                             MeasureSummaries& summaries) {
     std::vector<std::unordered_set<const std::string*>> seen(countDistinct ? summaries.leaves.size() : 0);
     if (countDistinct) {
@@ -626,7 +743,7 @@ void summarizeStringMeasure(const Column& column, bool countDistinct, const RowS
         if (column.getStringIndexAtIndex(row) == DataTokens::TOKEN_SPARSE || !text || text->empty()) {
             continue;
         }
-        const std::uint32_t leafNumber = leafOfPosition[position];
+        const std::uint32_t leafNumber = crossingOfPosition[position];
         LeafSummary& leaf = summaries.leaves[leafNumber];
         if (leaf.firstRow < 0) {
             leaf.firstRow = row;
@@ -641,10 +758,10 @@ void summarizeStringMeasure(const Column& column, bool countDistinct, const RowS
 
 template <typename Weights>
 MeasureSummaries summarizeMeasure(const HierarchyTreeBuilder::Measure& measure, const RowSource& rows,
-                                  const std::vector<std::uint32_t>& leafOfPosition, std::size_t leafCount,
+                                  const std::vector<std::uint32_t>& crossingOfPosition, std::size_t crossingCount,
                                   Weights weights) {
     MeasureSummaries summaries;
-    summaries.leaves.resize(leafCount);
+    summaries.leaves.resize(crossingCount);
     const bool countDistinct = measure.statistic == StatisticType::COUNT_DISTINCT;
     if (!measure.column) {
         return summaries;  // a measure the data set lacks keeps fresh aggregators
@@ -653,18 +770,18 @@ MeasureSummaries summarizeMeasure(const HierarchyTreeBuilder::Measure& measure, 
     if (column.getDataType() == DataType::STRING) {
         summaries.isString = true;
         summaries.valueColumn = measure.column;
-        summarizeStringMeasure(column, countDistinct, rows, leafOfPosition, weights, summaries);
+        summarizeStringMeasure(column, countDistinct, rows, crossingOfPosition, weights, summaries);
         return summaries;
     }
     summaries.valueColumn = measure.column;
     if (const auto& numbers = column.getNumbers()) {
         const ArrayValues values{numbers->data()};
-        aggregateNumbers(rows, leafOfPosition, values, weights, summaries.leaves);
+        aggregateNumbers(rows, crossingOfPosition, values, weights, summaries.leaves);
         if (countDistinct) {
-            summaries.distinctNumbers = collectDistinctNumbers(rows, leafOfPosition, values, leafCount);
+            summaries.distinctNumbers = collectDistinctNumbers(rows, crossingOfPosition, values, crossingCount);
         }
     } else {
-        aggregateNumbers(rows, leafOfPosition, MissingValues{}, weights, summaries.leaves);
+        aggregateNumbers(rows, crossingOfPosition, MissingValues{}, weights, summaries.leaves);
     }
     return summaries;
 }
@@ -674,8 +791,8 @@ MeasureSummaries summarizeMeasure(const HierarchyTreeBuilder::Measure& measure, 
 // sub-columns.
 MeasureSummaries summarizePartiallyAggregatedMeasure(const HierarchyTreeBuilder::Measure& measure,
                                                      const PartiallyAggregatedColumn& column, const RowSource& rows,
-                                                     const std::vector<std::uint32_t>& leafOfPosition,
-                                                     std::size_t leafCount, bool& hadFatalDataError) {
+                                                     const std::vector<std::uint32_t>& crossingOfPosition,
+                                                     std::size_t crossingCount, bool& hadFatalDataError) {
     StatisticType::type valueStatistic = measure.statistic;
     if (valueStatistic == StatisticType::MEAN) {
         valueStatistic = StatisticType::SUM;
@@ -694,18 +811,26 @@ MeasureSummaries summarizePartiallyAggregatedMeasure(const HierarchyTreeBuilder:
     weights.hadFatalDataError = &hadFatalDataError;
     if (!valueColumn || !valueColumn->getNumbers()) {
         MeasureSummaries summaries;
-        summaries.leaves.resize(leafCount);
-        aggregateNumbers(rows, leafOfPosition, MissingValues{}, UnitWeights{}, summaries.leaves);
+        summaries.leaves.resize(crossingCount);
+        aggregateNumbers(rows, crossingOfPosition, MissingValues{}, UnitWeights{}, summaries.leaves);
         return summaries;
     }
     HierarchyTreeBuilder::Measure plain{valueColumn, measure.statistic};
-    return summarizeMeasure(plain, rows, leafOfPosition, leafCount, weights);
+    return summarizeMeasure(plain, rows, crossingOfPosition, crossingCount, weights);
 }
 
 std::shared_ptr<Aggregator> makeAggregator(const MeasureSummaries& summaries, std::size_t leaf, bool countDistinct) {
     auto aggregator = Aggregator::create(countDistinct);
     const LeafSummary& summary = summaries.leaves[leaf];
-    aggregator->setRunningValues(summary.values);
+    Aggregator::RunningValues values = summary.values;
+    if (!summary.hasNumber()) {
+        values.sum = DataTokens::MISSING_NUMERIC;
+    }
+    if (!countDistinct) {
+        // Only COUNT_DISTINCT asks whether a missing number was seen.
+        values.missingSeen = false;
+    }
+    aggregator->setRunningValues(values);
     if (summary.firstRow >= 0) {
         if (summaries.isString) {
             const Column& column = *summaries.valueColumn;
@@ -718,15 +843,7 @@ std::shared_ptr<Aggregator> makeAggregator(const MeasureSummaries& summaries, st
             aggregator->createDistinctNumberSet();
         }
     }
-    if (!countDistinct) {
-        // Only COUNT_DISTINCT asks whether a missing number was seen.
-        Aggregator::RunningValues values = summary.values;
-        values.missingSeen = false;
-        aggregator->setRunningValues(values);
-    }
-    if (leaf < summaries.distinctNumbers.size()) {
-        aggregator->addDistinctNumbers(summaries.distinctNumbers[leaf]);
-    }
+    addDistinctNumbers(*aggregator, summaries.distinctNumbers, leaf);
     if (leaf < summaries.distinctStrings.size()) {
         for (const SharedString& text : summaries.distinctStrings[leaf]) {
             aggregator->addDistinctString(text);
@@ -768,19 +885,16 @@ std::int32_t usableRowCount(const HierarchyTreeBuilder::Request& request) {
     return std::max(count, 0);
 }
 
-}  // namespace
-
-namespace {
-
-// The leaf of every classified row, expanded into the leaves' row vectors on first request: one
+// The crossing of every classified row, expanded into the leaves' row vectors on first request: one
 // counting pass and one scattered write per row, paid only by whoever needs the rows.
 class RecordedLeafRows : public PendingRowIndices {
 public:
-    RecordedLeafRows(const RowSource& rows, std::vector<std::uint32_t> leafOfPosition,
+    RecordedLeafRows(const RowSource& rows, std::vector<std::uint32_t> crossingOfPosition,
+                     std::vector<std::uint32_t> leafOfCrossing,
                      const std::vector<std::shared_ptr<DataTreeNode>>& leaves)
-        : leafOfPosition_(std::move(leafOfPosition)) {
-        rows_.reserve(rows.isList() ? rows.size() : 0);
+        : crossingOfPosition_(std::move(crossingOfPosition)), leafOfCrossing_(std::move(leafOfCrossing)) {
         if (rows.isList()) {
+            rows_.reserve(rows.size());
             for (std::size_t position = 0; position < rows.size(); ++position) {
                 rows_.push_back(rows[position]);
             }
@@ -791,51 +905,49 @@ public:
     void materialize() override {
         std::call_once(once_, [this] {
             std::vector<std::size_t> rowsPerLeaf(leaves_.size(), 0);
-            for (const std::uint32_t leaf : leafOfPosition_) {
-                ++rowsPerLeaf[leaf];
+            for (const std::uint32_t crossing : crossingOfPosition_) {
+                ++rowsPerLeaf[leafOfCrossing_[crossing]];
             }
             std::vector<std::shared_ptr<DataTreeNode::RowIndexVector>> vectors(leaves_.size());
             for (std::size_t leaf = 0; leaf < leaves_.size(); ++leaf) {
                 vectors[leaf] = std::make_shared<DataTreeNode::RowIndexVector>();
                 vectors[leaf]->reserve(rowsPerLeaf[leaf]);
             }
-            for (std::size_t position = 0; position < leafOfPosition_.size(); ++position) {
+            for (std::size_t position = 0; position < crossingOfPosition_.size(); ++position) {
                 const auto row = rows_.empty() ? static_cast<std::int32_t>(position) : rows_[position];
-                vectors[leafOfPosition_[position]]->push_back(row);
+                vectors[leafOfCrossing_[crossingOfPosition_[position]]]->push_back(row);
             }
             for (std::size_t leaf = 0; leaf < leaves_.size(); ++leaf) {
                 if (const auto node = leaves_[leaf].lock()) {
                     node->setRowIndexVector(std::move(vectors[leaf]));
                 }
             }
-            leafOfPosition_ = {};
+            crossingOfPosition_ = {};
+            leafOfCrossing_ = {};
             rows_ = {};
         });
     }
 
 private:
     std::once_flag once_;
-    std::vector<std::uint32_t> leafOfPosition_;
+    std::vector<std::uint32_t> crossingOfPosition_;
+    std::vector<std::uint32_t> leafOfCrossing_;
     std::vector<std::int32_t> rows_;
     std::vector<std::weak_ptr<DataTreeNode>> leaves_;
 };
 
-}  // namespace
-
-namespace {
-
 // Makes the nodes of levels [0, levelNodes.size()) below a new root, each parent's children in the
 // order rows reach them; answers the nodes of the last level.
 std::vector<std::shared_ptr<DataTreeNode>> makeNodes(const std::shared_ptr<DataTreeNode>& root,
-                                                     const std::vector<const LevelNodes*>& levelNodes,
+                                                     const std::vector<LevelNodes>& levelNodes,
                                                      const std::vector<const Column*>& columns,
-                                                     const std::vector<const MemberCodes*>& members,
+                                                     const std::vector<const LevelMembers*>& members,
                                                      const std::vector<const Column*>& sortOnRawColumns) {
     std::vector<std::shared_ptr<DataTreeNode>> parents{root};
     for (std::size_t level = 0; level < levelNodes.size(); ++level) {
-        const LevelNodes& nodes = *levelNodes[level];
+        const LevelNodes& nodes = levelNodes[level];
         const auto& texts = members[level]->texts();
-        const Column* sortOnRaw = level < sortOnRawColumns.size() ? sortOnRawColumns[level] : nullptr;
+        const Column* sortOnRaw = sortOnRawColumns[level];
         std::vector<std::shared_ptr<DataTreeNode>> made(nodes.parent.size());
         for (std::size_t number = 0; number < made.size(); ++number) {
             const SharedString& text = texts[nodes.code[number]];
@@ -851,6 +963,100 @@ std::vector<std::shared_ptr<DataTreeNode>> makeNodes(const std::shared_ptr<DataT
     return parents;
 }
 
+// The plain numeric measures of unweighted rows, aggregated in the classifying pass itself.
+struct FusedMeasures {
+    std::vector<std::size_t> measures;
+    std::vector<const double*> values;
+    std::vector<LeafSummary*> summaries;
+};
+
+FusedMeasures chooseFusedMeasures(const HierarchyTreeBuilder::Request& request) {
+    FusedMeasures fused;
+    if (request.frequencyColumn) {
+        return fused;
+    }
+    for (std::size_t index = 0; index < request.measures.size(); ++index) {
+        const auto& column = request.measures[index].column;
+        if (column && column->getDataType() != DataType::STRING && column->getNumbers() &&
+            !dynamic_cast<const PartiallyAggregatedColumn*>(column.get())) {
+            fused.measures.push_back(index);
+            fused.values.push_back(column->getNumbers()->data());
+        }
+    }
+    return fused;
+}
+
+bool isFused(const FusedMeasures& fused, std::size_t measure) {
+    return std::find(fused.measures.begin(), fused.measures.end(), measure) != fused.measures.end();
+}
+
+// The one pass over the rows: each row's crossing, its first row, and the fused measures; the
+// crossing per row is kept only when asked for. A measure count known at compile time unrolls the
+// measures.
+template <std::size_t FusedCount>
+struct RowClassifier {
+    std::int32_t* firstRowOfCrossing;
+    std::uint32_t* crossingOfPosition;
+    const double* const* values;
+    LeafSummary* const* summaries;
+    std::size_t fusedCount;
+
+    [[gnu::always_inline]] void operator()(std::size_t position, std::int32_t row, std::uint32_t crossing) const {
+        if (firstRowOfCrossing[crossing] < 0) [[unlikely]] {
+            firstRowOfCrossing[crossing] = row;
+        }
+        const std::size_t count = FusedCount > 0 ? FusedCount : fusedCount;
+        for (std::size_t measure = 0; measure < count; ++measure) {
+            addUnweightedNumber(summaries[measure][crossing], row, values[measure][row]);
+        }
+        if (crossingOfPosition) {
+            crossingOfPosition[position] = crossing;
+        }
+    }
+};
+
+template <std::size_t FusedCount>
+void classifyRows(const RowCrossings& crossings, const FusedMeasures& fused, std::int32_t* firstRowOfCrossing,
+                  std::uint32_t* crossingOfPosition) {
+    crossings.forEachRow(RowClassifier<FusedCount>{firstRowOfCrossing, crossingOfPosition, fused.values.data(),
+                                                   fused.summaries.data(), fused.measures.size()});
+}
+
+void classifyRows(const RowCrossings& crossings, const FusedMeasures& fused, std::int32_t* firstRowOfCrossing,
+                  std::uint32_t* crossingOfPosition) {
+    switch (fused.measures.size()) {
+        case 1:
+            classifyRows<1>(crossings, fused, firstRowOfCrossing, crossingOfPosition);
+            break;
+        case 2:
+            classifyRows<2>(crossings, fused, firstRowOfCrossing, crossingOfPosition);
+            break;
+        default:
+            classifyRows<0>(crossings, fused, firstRowOfCrossing, crossingOfPosition);
+            break;
+    }
+}
+
+// The crossings that occur, in the order of their first rows.
+std::vector<std::uint32_t> crossingsInRowOrder(const std::vector<std::int32_t>& firstRowOfCrossing) {
+    std::vector<std::uint32_t> crossings;
+    for (std::size_t crossing = 0; crossing < firstRowOfCrossing.size(); ++crossing) {
+        if (firstRowOfCrossing[crossing] >= 0) {
+            crossings.push_back(static_cast<std::uint32_t>(crossing));
+        }
+    }
+    std::sort(crossings.begin(), crossings.end(), [&](std::uint32_t left, std::uint32_t right) {
+        return firstRowOfCrossing[left] < firstRowOfCrossing[right];
+    });
+    return crossings;
+}
+
+template <typename Element>
+std::vector<Element> sliceOf(const std::vector<Element>& all, std::size_t first, std::size_t count) {
+    return std::vector<Element>(all.begin() + static_cast<std::ptrdiff_t>(first),
+                                all.begin() + static_cast<std::ptrdiff_t>(first + count));
+}
+
 }  // namespace
 
 HierarchyTreeBuilder::Result HierarchyTreeBuilder::build(const Request& request) {
@@ -858,164 +1064,105 @@ HierarchyTreeBuilder::Result HierarchyTreeBuilder::build(const Request& request)
     const RowSource rows(request.rows, usableRowCount(request));
     const std::size_t levelCount = request.levelColumns.size();
 
-    std::vector<std::unique_ptr<MemberCodes>> members;
-    std::vector<LevelClassifier> classifiers;
-    std::vector<LevelNodes> levelNodes(levelCount);
-    for (const auto& column : request.levelColumns) {
-        members.push_back(std::make_unique<MemberCodes>(*column, rows));
-        classifiers.emplace_back(*members.back());
-    }
-    // Display trees of levels further down are classified separately, over the same members.
-    struct SeparateTree {
-        std::size_t firstLevel;
-        std::vector<LevelClassifier> classifiers;
-        std::vector<LevelNodes> levelNodes;
-    };
-    std::vector<SeparateTree> separateTrees;
-    for (const auto& [firstLevel, count] : request.displayRanges) {
-        if (firstLevel > 0 && firstLevel + count <= levelCount && count > 0) {
-            SeparateTree tree{firstLevel, {}, std::vector<LevelNodes>(count)};
-            for (std::size_t level = firstLevel; level < firstLevel + count; ++level) {
-                tree.classifiers.emplace_back(*members[level]);
-            }
-            separateTrees.push_back(std::move(tree));
-        }
-    }
-
-    // Plain numeric measures of unweighted rows are aggregated in the same pass.
-    std::vector<MeasureSummaries> summaries(request.measures.size());
-    std::vector<std::size_t> fusedMeasures;
-    std::vector<const double*> fusedValues;
-    for (std::size_t index = 0; index < request.measures.size(); ++index) {
-        const auto& column = request.measures[index].column;
-        if (column && column->getDataType() != DataType::STRING && column->getNumbers() && !request.frequencyColumn &&
-            !dynamic_cast<const PartiallyAggregatedColumn*>(column.get())) {
-            fusedMeasures.push_back(index);
-            fusedValues.push_back(column->getNumbers()->data());
-            summaries[index].valueColumn = column;
-            summaries[index].leaves.resize(1024);
-        }
-    }
-    const UnitWeights unitWeights;
-    // The loop reads the summaries through these, refreshed only when the leaves outgrow them.
-    const std::size_t fusedCount = fusedMeasures.size();
-    std::size_t fusedCapacity = 1024;
-    std::vector<LeafSummary*> fusedLeaves;
-    for (const std::size_t index : fusedMeasures) {
-        fusedLeaves.push_back(summaries[index].leaves.data());
-    }
-
-    // One pass: each row walks its levels through small tables to its leaf.
-    std::vector<std::uint32_t> leafOfPosition(rows.size(), 0);
-    for (std::size_t position = 0; position < rows.size(); ++position) {
-        const std::int32_t row = rows[position];
-        std::uint32_t node = 0;
-        for (std::size_t level = 0; level < levelCount; ++level) {
-            node = classifiers[level].childOf(node, row, position, levelNodes[level]);
-        }
-        leafOfPosition[position] = node;
-        if (node >= fusedCapacity) [[unlikely]] {
-            fusedCapacity = std::size_t{node} * 2 + 1;
-            for (std::size_t fused = 0; fused < fusedMeasures.size(); ++fused) {
-                summaries[fusedMeasures[fused]].leaves.resize(fusedCapacity);
-                fusedLeaves[fused] = summaries[fusedMeasures[fused]].leaves.data();
-            }
-        }
-        for (std::size_t fused = 0; fused < fusedCount; ++fused) {
-            addNumber(fusedLeaves[fused][node], row, fusedValues[fused][row], unitWeights);
-        }
-        for (auto& tree : separateTrees) {
-            std::uint32_t displayNode = 0;
-            for (std::size_t level = 0; level < tree.classifiers.size(); ++level) {
-                displayNode = tree.classifiers[level].childOf(displayNode, row, position, tree.levelNodes[level]);
-            }
-        }
-    }
-
+    std::vector<std::unique_ptr<LevelMembers>> levels;
+    std::vector<const LevelMembers*> members;
     std::vector<const Column*> columns;
-    std::vector<const MemberCodes*> memberList;
-    std::vector<const LevelNodes*> nodeList;
     std::vector<const Column*> sortOnRawColumns;
     for (std::size_t level = 0; level < levelCount; ++level) {
+        levels.push_back(std::make_unique<LevelMembers>(*request.levelColumns[level], rows));
+        members.push_back(levels.back().get());
         columns.push_back(request.levelColumns[level].get());
-        memberList.push_back(members[level].get());
-        nodeList.push_back(&levelNodes[level]);
         sortOnRawColumns.push_back(level < request.sortOnRawColumns.size() ? request.sortOnRawColumns[level].get()
                                                                            : nullptr);
     }
+    const RowCrossings crossings(levels, rows);
+    const std::size_t crossingCount = crossings.crossingCount();
+
+    FusedMeasures fused = chooseFusedMeasures(request);
+    std::vector<MeasureSummaries> summaries(request.measures.size());
+    for (const std::size_t index : fused.measures) {
+        summaries[index].valueColumn = request.measures[index].column;
+        summaries[index].leaves.resize(crossingCount);
+        fused.summaries.push_back(summaries[index].leaves.data());
+    }
+    // The other measures, COUNT_DISTINCT and the leaves' rows read the crossing of each row.
+    bool needsCrossingOfPosition = request.keepRowIndices;
+    for (std::size_t index = 0; index < request.measures.size(); ++index) {
+        needsCrossingOfPosition = needsCrossingOfPosition || !isFused(fused, index) ||
+                                  request.measures[index].statistic == StatisticType::COUNT_DISTINCT;
+    }
+    std::vector<std::uint32_t> crossingOfPosition(needsCrossingOfPosition ? rows.size() : 0);
+    std::vector<std::int32_t> firstRowOfCrossing(crossingCount, -1);
+    classifyRows(crossings, fused, firstRowOfCrossing.data(),
+                 needsCrossingOfPosition ? crossingOfPosition.data() : nullptr);
+
+    // Nodes are made per crossing that occurs, never per row.
+    const std::vector<std::uint32_t> inRowOrder = crossingsInRowOrder(firstRowOfCrossing);
+    std::vector<std::uint32_t> leafOfCrossing(crossingCount, NO_CODE);
+    const std::vector<LevelNodes> levelNodes =
+        classifyCrossings(inRowOrder, firstRowOfCrossing, levels, 0, levelCount, &leafOfCrossing);
     result.root = DataTreeNode::createRoot();
     const std::vector<std::shared_ptr<DataTreeNode>> leaves =
-        makeNodes(result.root, nodeList, columns, memberList, sortOnRawColumns);
+        makeNodes(result.root, levelNodes, columns, members, sortOnRawColumns);
 
-    // Display trees: a range from the first level shares the classification above.
-    for (const auto& range : request.displayRanges) {
-        const std::size_t firstLevel = range.first;
-        const std::size_t count = range.second;
+    // Display trees: a range from the first level is the top of the tree; one further down
+    // classifies the same crossings by its own levels.
+    for (const auto& [firstLevel, count] : request.displayRanges) {
         auto displayRoot = DataTreeNode::createRoot();
-        const auto slice = [&](const auto& all, std::size_t first) {
-            return std::vector<std::remove_cvref_t<decltype(all[0])>>(
-                all.begin() + static_cast<std::ptrdiff_t>(first),
-                all.begin() + static_cast<std::ptrdiff_t>(first + count));
-        };
-        if (firstLevel + count > levelCount || count == 0) {
-            result.displayTrees.push_back(displayRoot);
-            continue;
+        if (count > 0 && firstLevel + count <= levelCount) {
+            const std::vector<LevelNodes> displayNodes =
+                firstLevel == 0 ? sliceOf(levelNodes, 0, count)
+                                : classifyCrossings(inRowOrder, firstRowOfCrossing, levels, firstLevel, count, nullptr);
+            makeNodes(displayRoot, displayNodes, sliceOf(columns, firstLevel, count),
+                      sliceOf(members, firstLevel, count), sliceOf(sortOnRawColumns, firstLevel, count));
         }
-        if (firstLevel == 0) {
-            makeNodes(displayRoot, slice(nodeList, 0), slice(columns, 0), slice(memberList, 0),
-                      slice(sortOnRawColumns, 0));
-        } else {
-            const auto found =
-                std::find_if(separateTrees.begin(), separateTrees.end(),
-                             [first = firstLevel](const auto& tree) { return tree.firstLevel == first; });
-            std::vector<const LevelNodes*> separateNodes;
-            for (const auto& nodes : found->levelNodes) {
-                separateNodes.push_back(&nodes);
-            }
-            makeNodes(displayRoot, separateNodes, slice(columns, firstLevel), slice(memberList, firstLevel),
-                      slice(sortOnRawColumns, firstLevel));
-        }
-        result.displayTrees.push_back(displayRoot);
+        result.displayTrees.push_back(std::move(displayRoot));
     }
 
     // Without rows a tree with levels has no leaf to give aggregators to.
     if (levelCount > 0 && rows.size() == 0) {
         return result;
     }
+    // A tree without levels is its root, the one crossing.
+    std::vector<std::uint32_t> crossingOfLeaf = levelCount == 0 ? std::vector<std::uint32_t>{0} : inRowOrder;
+    if (levelCount == 0) {
+        leafOfCrossing[0] = 0;
+    }
 
-    // Aggregate the measures into flat per-leaf summaries, then hand them to the leaves.
+    // Aggregate the other measures into flat per-crossing summaries, then hand them to the leaves.
     ColumnWeights weights;
     weights.frequency = numbersOf(request.frequencyColumn);
     weights.frequencyWithMissing = numbersOf(request.frequencyWithMissingColumn);
     weights.hadFatalDataError = &result.hadFatalDataError;
     for (std::size_t index = 0; index < request.measures.size(); ++index) {
         const auto& measure = request.measures[index];
-        if (std::find(fusedMeasures.begin(), fusedMeasures.end(), index) != fusedMeasures.end()) {
-            summaries[index].leaves.resize(leaves.size());
+        if (isFused(fused, index)) {
             if (measure.statistic == StatisticType::COUNT_DISTINCT) {
                 summaries[index].distinctNumbers = collectDistinctNumbers(
-                    rows, leafOfPosition, ArrayValues{measure.column->getNumbers()->data()}, leaves.size());
+                    rows, crossingOfPosition, ArrayValues{measure.column->getNumbers()->data()}, crossingCount);
             }
         } else if (const auto* partial = dynamic_cast<const PartiallyAggregatedColumn*>(measure.column.get())) {
-            summaries[index] = summarizePartiallyAggregatedMeasure(measure, *partial, rows, leafOfPosition,
-                                                                   leaves.size(), result.hadFatalDataError);
+            summaries[index] = summarizePartiallyAggregatedMeasure(measure, *partial, rows, crossingOfPosition,
+                                                                   crossingCount, result.hadFatalDataError);
         } else if (weights.frequency) {
-            summaries[index] = summarizeMeasure(measure, rows, leafOfPosition, leaves.size(), weights);
+            summaries[index] = summarizeMeasure(measure, rows, crossingOfPosition, crossingCount, weights);
         } else {
-            summaries[index] = summarizeMeasure(measure, rows, leafOfPosition, leaves.size(), UnitWeights{});
+            summaries[index] = summarizeMeasure(measure, rows, crossingOfPosition, crossingCount, UnitWeights{});
         }
     }
     for (std::size_t leaf = 0; leaf < leaves.size(); ++leaf) {
         auto aggregators = std::make_shared<Aggregator::AggregatorList>();
         aggregators->reserve(request.measures.size());
         for (std::size_t measure = 0; measure < request.measures.size(); ++measure) {
-            aggregators->push_back(makeAggregator(
-                summaries[measure], leaf, request.measures[measure].statistic == StatisticType::COUNT_DISTINCT));
+            aggregators->push_back(
+                makeAggregator(summaries[measure], crossingOfLeaf[leaf],
+                               request.measures[measure].statistic == StatisticType::COUNT_DISTINCT));
         }
         leaves[leaf]->setMeasureAggregators(std::move(aggregators));
     }
     if (request.keepRowIndices) {
-        auto recorded = std::make_shared<RecordedLeafRows>(rows, std::move(leafOfPosition), leaves);
+        auto recorded =
+            std::make_shared<RecordedLeafRows>(rows, std::move(crossingOfPosition), std::move(leafOfCrossing), leaves);
         for (const auto& leaf : leaves) {
             leaf->setPendingRowIndices(recorded);
         }
@@ -1028,16 +1175,17 @@ std::vector<std::int32_t> HierarchyTreeBuilder::selectRowsWithFormattedValue(con
                                                                              const std::vector<std::int32_t>* rows,
                                                                              std::int32_t numberOfRows) {
     const RowSource source(rows, std::min(numberOfRows, column.getNumberOfRows()));
-    const LevelCodes level = encodeLevel(column, source);
+    const LevelMembers members(column, source);
     std::vector<std::int32_t> selected;
-    const auto found = std::find_if(level.texts.begin(), level.texts.end(),
-                                    [&](const SharedString& text) { return *text == formattedValue; });
-    if (found == level.texts.end()) {
+    const auto& texts = members.texts();
+    const auto found =
+        std::find_if(texts.begin(), texts.end(), [&](const SharedString& text) { return *text == formattedValue; });
+    if (found == texts.end()) {
         return selected;
     }
-    const auto code = static_cast<std::uint32_t>(found - level.texts.begin());
+    const auto code = static_cast<std::uint32_t>(found - texts.begin());
     for (std::size_t position = 0; position < source.size(); ++position) {
-        if (level.codes[position] == code) {
+        if (members.memberOfRow(source[position]) == code) {
             selected.push_back(source[position]);
         }
     }

@@ -19,12 +19,14 @@ class DataTreeNode;
 /// code.
 ///
 /// The build is columnar rather than a walk down the tree per row. Each level column is first
-/// turned into one member code per row: a string cell's formatted text is its own text, so each
+/// turned into a member code per key: a string cell's formatted text is its own text, so each
 /// distinct string-table index is resolved to its member once; a numeric level formats each
-/// distinct number once. The codes of successive levels are then folded into one node number per
-/// row and level (in the order the rows first reach each node, which is the order a row-by-row
-/// walk would add the children), and the measures are aggregated into flat per-leaf summaries
-/// keyed by the leaf numbers. Nodes and aggregators are made only at the end, one per member.
+/// distinct number once. One pass over the rows then adds up, per row, one table look-up per level
+/// into a crossing number, and aggregates the plain measures into flat per-crossing summaries.
+/// Nodes, display trees and aggregators are made only at the end, once per crossing that occurs,
+/// in the order of the crossings' first rows (the order a walk over the rows would add the
+/// children). COUNT_DISTINCT sets reach the leaves as bits over the measure's sorted numbers, so
+/// that totals merge them word by word.
 class HierarchyTreeBuilder {
 public:
     struct Measure {

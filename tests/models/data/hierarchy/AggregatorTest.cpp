@@ -131,6 +131,65 @@ TEST(AggregatorTest, MergingSplitSequencesEqualsFeedingThemWhole) {
     }
 }
 
+std::string streamOf(const std::shared_ptr<const Aggregator>& aggregator) {
+    std::stringstream stream;
+    SerialWriter writer(stream);
+    EXPECT_TRUE(Aggregator::serialize(writer, aggregator));
+    return stream.str();
+}
+
+// Distinct numbers handed over as bits must behave exactly as the same numbers handed over as a
+// list: in merges of bits with bits (over the same or other numbers), with lists and with numbers
+// fed directly, in copies and in the stream.
+TEST(AggregatorTest, DistinctNumbersGivenAsBitsActAsTheSameNumbersGivenAsAList) {
+    std::mt19937 random(5);
+    const auto sortedPool = std::make_shared<std::vector<double>>();
+    for (int index = 0; index < 150; ++index) {
+        sortedPool->push_back(-20.5 + index * 0.75);
+    }
+    const auto otherPool = std::make_shared<std::vector<double>>(sortedPool->begin() + 40, sortedPool->end());
+    const auto draw = [&](int limit) { return std::uniform_int_distribution<int>(0, limit)(random); };
+    for (int trial = 0; trial < 300; ++trial) {
+        auto asBits = Aggregator::create(true);
+        auto asLists = Aggregator::create(true);
+        for (int part = 0; part < 1 + draw(5); ++part) {
+            auto bitsPart = Aggregator::create(true);
+            auto listPart = Aggregator::create(true);
+            const auto& pool = draw(3) == 0 ? otherPool : sortedPool;
+            std::vector<std::uint64_t> bits((pool->size() + 63) / 64, 0);
+            std::vector<double> numbers;
+            for (int pick = 0; pick < draw(12); ++pick) {
+                const auto index = static_cast<std::size_t>(draw(static_cast<int>(pool->size()) - 1));
+                bits[index / 64] |= std::uint64_t{1} << (index % 64);
+                numbers.push_back((*pool)[index]);
+            }
+            bitsPart->addDistinctNumberBits(pool, bits);
+            listPart->addDistinctNumbers(numbers);
+            if (draw(4) == 0) {  // a number fed directly after the bits
+                bitsPart->aggregate((*sortedPool)[7], 1, 0);
+                listPart->aggregate((*sortedPool)[7], 1, 0);
+            }
+            asBits->aggregate(draw(3) == 0 ? Aggregator::create(*bitsPart) : bitsPart);
+            asLists->aggregate(listPart);
+        }
+        ASSERT_EQ(asBits->getNumberOfUniqueValues(), asLists->getNumberOfUniqueValues()) << "trial " << trial;
+        ASSERT_EQ(streamOf(asBits), streamOf(asLists)) << "trial " << trial;
+        ASSERT_EQ(streamOf(Aggregator::create(*asBits)), streamOf(asLists)) << "trial " << trial;
+    }
+}
+
+TEST(AggregatorTest, BitsAreIgnoredWithoutDistinctValuesAndBeyondTheirNumbers) {
+    const auto numbers = std::make_shared<std::vector<double>>(std::vector<double>{1, 2, 3});
+    auto untracked = Aggregator::create(false);
+    untracked->addDistinctNumberBits(numbers, {0b111});
+    EXPECT_EQ(untracked->getNumberOfUniqueValues(), 0U);
+    auto tracked = Aggregator::create(true);
+    tracked->addDistinctNumberBits(numbers, {0b1101});  // bit 3 has no number
+    EXPECT_EQ(tracked->getNumberOfUniqueValues(), 2U);
+    tracked->addDistinctNumber(5);
+    EXPECT_EQ(tracked->getNumberOfUniqueValues(), 3U);
+}
+
 TEST(AggregatorTest, VectorMergeExtendsAShorterTargetAndCopiesEmptily) {
     auto source = std::make_shared<Aggregator::AggregatorList>();
     source->push_back(Aggregator::create(false));
