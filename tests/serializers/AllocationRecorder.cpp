@@ -57,3 +57,37 @@ void operator delete(void* memory) noexcept {
 void operator delete(void* memory, std::size_t /*size*/) noexcept {
     operator delete(memory);
 }
+
+// Every other unaligned form goes the same way, so that no block made by one allocator is returned
+// to another (the standard library's temporary buffers use the nothrow form).
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    if (void* memory = std::malloc(size == 0 ? 1 : size)) {
+        pellium::test::AllocationRecorder::recordAllocation(size, malloc_usable_size(memory));
+        return memory;
+    }
+    return nullptr;
+}
+
+void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
+    operator delete(memory);
+}
+
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
+    return operator new(size, tag);
+}
+
+void operator delete[](void* memory) noexcept {
+    operator delete(memory);
+}
+
+void operator delete[](void* memory, std::size_t /*size*/) noexcept {
+    operator delete(memory);
+}
+
+void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
+    operator delete(memory);
+}
