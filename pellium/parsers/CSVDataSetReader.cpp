@@ -81,6 +81,12 @@ private:
         if (next != Next::RECORD) {
             return next == Next::END ? fail(Error::NO_HEADER, "the input is empty: there is no header line", 1) : false;
         }
+        if (fields_.size() > options_.maximumColumns) {
+            return fail(Error::TOO_MANY_COLUMNS,
+                        "the header names " + std::to_string(fields_.size()) + " columns, more than the " +
+                            std::to_string(options_.maximumColumns) + " allowed",
+                        recordLine_);
+        }
         std::unordered_map<std::string_view, const CSVColumnDefinition*> definitions;
         for (const auto& definition : options_.columnDefinitions) {
             definitions.emplace(definition.name, &definition);

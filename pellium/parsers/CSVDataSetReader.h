@@ -45,6 +45,10 @@ struct CSVReadOptions {
     /// Limits against hostile input: a longer field or record stops reading with an error.
     std::size_t maximumFieldBytes = std::size_t{16} << 20;
     std::size_t maximumRecordBytes = std::size_t{64} << 20;
+    /// A header with more names than this stops reading with an error. Each column costs several
+    /// hundred bytes however short its name, so without a limit one line of commas would cost
+    /// hundreds of times its size.
+    std::size_t maximumColumns = std::size_t{1} << 16;
 };
 
 /// What stopped CSVDataSetReader.
@@ -72,6 +76,8 @@ enum class CSVReadError {
     /// More rows than a data set can hold (2^31 - 1), or more distinct texts.
     TOO_MANY_ROWS,
     TOO_MANY_TEXTS,
+    /// The header names more columns than CSVReadOptions::maximumColumns.
+    TOO_MANY_COLUMNS,
 };
 
 /// What CSVDataSetReader read: a data set, or what is wrong with the input and where.
@@ -128,8 +134,8 @@ struct CSVReadResult {
 /// Failure: malformed input never throws or crashes. The result then holds no data set and says
 /// what is wrong and where: the line (counted from 1, line breaks inside quoted fields included)
 /// where the offending record or quoted field starts, and the field's position (from 1; 0 when
-/// no single field is at fault). Limits on the size of a field and of a record keep hostile input
-/// from exhausting memory.
+/// no single field is at fault). Limits on the size of a field and of a record and on the number
+/// of columns keep hostile input from exhausting memory.
 class PELLIUM_EXPORT CSVDataSetReader {
 public:
     using ColumnDefinition = CSVColumnDefinition;

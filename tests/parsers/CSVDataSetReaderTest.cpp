@@ -199,6 +199,17 @@ TEST(CSVDataSetReader, MalformedInputNamesTheLineAndTheField) {
     EXPECT_EQ(CSVDataSetReader::readText("a\n", quoteDelimiter).error, Error::INVALID_OPTIONS);
 }
 
+TEST(CSVDataSetReader, AHeaderWiderThanTheColumnLimitIsRefusedBeforeAnyColumnIsMade) {
+    Options options;
+    options.maximumColumns = 3;
+    EXPECT_TRUE(CSVDataSetReader::readText("a,b,c\n1,2,3\n", options));
+    const auto refused = CSVDataSetReader::readText("a,b,c,d\n1,2,3,4\n", options);
+    EXPECT_FALSE(refused);
+    EXPECT_EQ(refused.error, Error::TOO_MANY_COLUMNS);
+    EXPECT_EQ(refused.line, 1);
+    EXPECT_NE(refused.message.find("4 columns"), std::string::npos) << refused.message;
+}
+
 TEST(CSVDataSetReader, AHugeFieldIsRefusedBeforeItIsRead) {
     std::string text = "a,b\n1,\"";
     text.append(std::size_t{20} << 20, 'x');
