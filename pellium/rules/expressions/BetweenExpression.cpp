@@ -2,6 +2,7 @@
 
 #include "pellium/rules/expressions/BinaryRelationalExpression.h"
 #include "pellium/rules/expressions/ExpressionDataContext.h"
+#include "pellium/rules/expressions/WhereClauseConversion.h"
 
 namespace pellium {
 
@@ -23,22 +24,11 @@ FunctionExpressionType::type BetweenExpression::updateFunctionType() const {
 }
 
 bool BetweenExpression::setFunctionType(FunctionExpressionType::type function) {
-    switch (function) {
-        case FunctionExpressionType::F_BETWEEN:
-            includesBoundaries_ = true, isInvertedToMatchOutside_ = false;
-            break;
-        case FunctionExpressionType::F_BETWEEN_EXCLUDING_BOUNDS:
-            includesBoundaries_ = false, isInvertedToMatchOutside_ = false;
-            break;
-        case FunctionExpressionType::F_OUTSIDE_INCLUDING_BOUNDS:
-            includesBoundaries_ = true, isInvertedToMatchOutside_ = true;
-            break;
-        case FunctionExpressionType::F_OUTSIDE_EXCLUDING_BOUNDS:
-            includesBoundaries_ = false, isInvertedToMatchOutside_ = true;
-            break;
-        default:
-            return false;
+    if (!FunctionExpressionType::isRange(function)) {
+        return false;
     }
+    includesBoundaries_ = includesBoundariesOf(function);
+    isInvertedToMatchOutside_ = matchesOutsideOf(function);
     return true;
 }
 
@@ -95,7 +85,7 @@ bool BetweenExpression::evaluateAsBoolean(const ExpressionDataContext& context) 
 std::shared_ptr<AbstractWhereClauseExpression> BetweenExpression::asWhereExpression(
     const std::shared_ptr<const DataSet>& dataSet, const std::shared_ptr<const Hierarchies>& hierarchies,
     const std::shared_ptr<const MetadataProvider>& provider) const {
-    return Expression::asWhereExpression(dataSet, hierarchies, provider);
+    return WhereClauseConversion::convert(*this, dataSet, hierarchies, provider);
 }
 
 void BetweenExpression::resolveParameters(const ParameterValues& dataItemMap, ExpressionList& expressions) {

@@ -37,6 +37,17 @@ public:
     FunctionExpressionType::type updateFunctionType() const;
     /// The flags of one of the four range functions; false, and nothing changes, for another.
     bool setFunctionType(FunctionExpressionType::type function);
+    /// Whether the range function `function` includes its boundaries (between,
+    /// outsideIncludingBounds); false for any other function.
+    static constexpr bool includesBoundariesOf(FunctionExpressionType::type function) {
+        return function == FunctionExpressionType::F_BETWEEN ||
+               function == FunctionExpressionType::F_OUTSIDE_INCLUDING_BOUNDS;
+    }
+    /// Whether the range function `function` matches outside the range (the two outside forms).
+    static constexpr bool matchesOutsideOf(FunctionExpressionType::type function) {
+        return function == FunctionExpressionType::F_OUTSIDE_INCLUDING_BOUNDS ||
+               function == FunctionExpressionType::F_OUTSIDE_EXCLUDING_BOUNDS;
+    }
 
     /// The range test of `item` in `context`; false for a null operand.
     static bool test(const Expression* item, const Expression* left, const Expression* right,

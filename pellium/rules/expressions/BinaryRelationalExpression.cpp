@@ -7,6 +7,7 @@
 #include "pellium/rules/expressions/ExpressionKeywords.h"
 #include "pellium/rules/expressions/ExpressionTokens.h"
 #include "pellium/rules/expressions/FunctionExpressionType.h"
+#include "pellium/rules/expressions/WhereClauseConversion.h"
 
 namespace pellium {
 
@@ -75,7 +76,7 @@ bool BinaryRelationalExpression::evaluateAsBoolean(const ExpressionDataContext& 
 std::shared_ptr<AbstractWhereClauseExpression> BinaryRelationalExpression::asWhereExpression(
     const std::shared_ptr<const DataSet>& dataSet, const std::shared_ptr<const Hierarchies>& hierarchies,
     const std::shared_ptr<const MetadataProvider>& provider) const {
-    return Expression::asWhereExpression(dataSet, hierarchies, provider);
+    return WhereClauseConversion::convert(*this, dataSet, hierarchies, provider);
 }
 
 void BinaryRelationalExpression::resolveParameters(const ParameterValues& dataItemMap, ExpressionList& expressions) {

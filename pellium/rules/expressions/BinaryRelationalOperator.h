@@ -27,6 +27,18 @@ public:
 
     static constexpr bool isValid(std::int32_t value) { return value >= NONE && value <= LE; }
 
+    /// The operator true exactly where `value` is false among ordered values (EQ and NE, GT and
+    /// LE, GE and LT); NONE for NONE and for a number that is no operator.
+    static constexpr type getInverse(type value) {
+        constexpr type INVERSES[] = {NONE, NE, EQ, LE, LT, GE, GT};
+        return isValid(value) ? INVERSES[value] : NONE;
+    }
+    /// The operator with its operands swapped (5 < x is x > 5); NONE for a number that is no operator.
+    static constexpr type getMirrored(type value) {
+        constexpr type MIRRORED[] = {NONE, EQ, NE, LT, LE, GT, GE};
+        return isValid(value) ? MIRRORED[value] : NONE;
+    }
+
     /// "NONE", "EQ"...; empty for a number that is no operator.
     static std::string_view getStringFromValue(type value);
     static std::optional<type> getValueFromString(std::string_view name);

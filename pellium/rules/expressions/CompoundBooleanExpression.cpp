@@ -4,6 +4,7 @@
 
 #include "pellium/rules/expressions/ExpressionDataContext.h"
 #include "pellium/rules/expressions/FunctionExpressionType.h"
+#include "pellium/rules/expressions/WhereClauseConversion.h"
 
 namespace pellium {
 
@@ -59,7 +60,7 @@ bool CompoundBooleanExpression::evaluateAsBoolean(const ExpressionDataContext& c
 std::shared_ptr<AbstractWhereClauseExpression> CompoundBooleanExpression::asWhereExpression(
     const std::shared_ptr<const DataSet>& dataSet, const std::shared_ptr<const Hierarchies>& hierarchies,
     const std::shared_ptr<const MetadataProvider>& provider) const {
-    return Expression::asWhereExpression(dataSet, hierarchies, provider);
+    return WhereClauseConversion::convert(*this, dataSet, hierarchies, provider);
 }
 
 void CompoundBooleanExpression::resolveParameters(const ParameterValues& dataItemMap, ExpressionList& expressions) {

@@ -98,8 +98,10 @@ public:
     virtual SharedString evaluateAsString(const ExpressionDataContext& context) const;
     /// The one text of evaluateAsString in the base; lists give each entry.
     virtual std::vector<SharedString> evaluateAsStringList(const ExpressionDataContext& context) const;
-    /// The where clause that selects the same rows as this filter; null in the base and for every
-    /// node that has no equivalent clause. Not available in this build: every node answers null.
+    /// The where clause that selects the same rows of `dataSet` as evaluating this filter row by
+    /// row (see WhereClauseConversion for how missing and suppressed cells are kept apart and how
+    /// column types are found without a data set). Null in the base and for every node that has
+    /// no equivalent clause (a comparison of two data items, a text test, a computed item).
     virtual std::shared_ptr<AbstractWhereClauseExpression> asWhereExpression(
         const std::shared_ptr<const DataSet>& dataSet, const std::shared_ptr<const Hierarchies>& hierarchies,
         const std::shared_ptr<const MetadataProvider>& provider) const;

@@ -41,6 +41,11 @@ public:
         if (tolerance != 0) {
             return compareTolerantly(op, left, right, tolerance);
         }
+        return compareExactly(op, left, right);
+    }
+
+    /// `left op right` as plain doubles, without the rules for missing and suppressed values.
+    static constexpr bool compareExactly(BinaryRelationalOperator::type op, double left, double right) noexcept {
         switch (op) {
             case BinaryRelationalOperator::EQ:
                 return left == right;

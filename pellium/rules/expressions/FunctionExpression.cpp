@@ -19,6 +19,7 @@
 #include "pellium/rules/expressions/IsMissingExpression.h"
 #include "pellium/rules/expressions/KeywordExpression.h"
 #include "pellium/rules/expressions/TextFunctions.h"
+#include "pellium/rules/expressions/WhereClauseConversion.h"
 #include "pellium/util/TimeUtilities.h"
 
 namespace pellium {
@@ -345,17 +346,18 @@ bool FunctionExpression::evaluateAsBoolean(const ExpressionDataContext& context)
     if (!hasValidTypeAgreement()) {
         return false;
     }
+    if (F::isComparison(function_)) {
+        // The comparison functions are numbered as the operators.
+        return BinaryRelationalExpression::compare(static_cast<BinaryRelationalOperator::type>(function_),
+                                                   operands_[0].get(), operands_[1].get(), context,
+                                                   isOperandKeyword(2, ExpressionKeywords::KW_LEADING_AND_TRAILING));
+    }
+    if (F::isRange(function_)) {
+        return BetweenExpression::test(operands_[0].get(), operands_[1].get(), operands_[2].get(), context,
+                                       BetweenExpression::includesBoundariesOf(function_),
+                                       BetweenExpression::matchesOutsideOf(function_));
+    }
     switch (function_) {
-        case F::F_EQ:
-        case F::F_NE:
-        case F::F_GT:
-        case F::F_GE:
-        case F::F_LT:
-        case F::F_LE:
-            // The comparison functions are numbered as the operators.
-            return BinaryRelationalExpression::compare(
-                static_cast<BinaryRelationalOperator::type>(function_), operands_[0].get(), operands_[1].get(), context,
-                isOperandKeyword(2, ExpressionKeywords::KW_LEADING_AND_TRAILING));
         case F::F_IS_MISSING:
             return IsMissingExpression::test(operands_[0].get(), context, false);
         case F::F_NOT_MISSING:
@@ -364,16 +366,6 @@ bool FunctionExpression::evaluateAsBoolean(const ExpressionDataContext& context)
             return InExpression::test(operands_, context, false);
         case F::F_NOT_IN:
             return InExpression::test(operands_, context, true);
-        case F::F_BETWEEN:
-        case F::F_BETWEEN_EXCLUDING_BOUNDS:
-        case F::F_OUTSIDE_INCLUDING_BOUNDS:
-        case F::F_OUTSIDE_EXCLUDING_BOUNDS: {
-            const bool includes = function_ == F::F_BETWEEN || function_ == F::F_OUTSIDE_INCLUDING_BOUNDS;
-            const bool outside =
-                function_ == F::F_OUTSIDE_INCLUDING_BOUNDS || function_ == F::F_OUTSIDE_EXCLUDING_BOUNDS;
-            return BetweenExpression::test(operands_[0].get(), operands_[1].get(), operands_[2].get(), context,
-                                           includes, outside);
-        }
         case F::F_AND:
             return CompoundBooleanExpression::combine(true, operands_, context);
         case F::F_OR:
@@ -717,6 +709,12 @@ std::string FunctionExpression::evaluateText(const ExpressionDataContext& contex
             isMissing = true;
             return {};
     }
+}
+
+std::shared_ptr<AbstractWhereClauseExpression> FunctionExpression::asWhereExpression(
+    const std::shared_ptr<const DataSet>& dataSet, const std::shared_ptr<const Hierarchies>& hierarchies,
+    const std::shared_ptr<const MetadataProvider>& provider) const {
+    return WhereClauseConversion::convert(*this, dataSet, hierarchies, provider);
 }
 
 void FunctionExpression::resolveParameters(const ParameterValues& dataItemMap, ExpressionList& expressions) {

@@ -51,6 +51,11 @@ public:
     double evaluateAsNumber(const ExpressionDataContext& context) const override;
     /// A text function's text; a number function's shortest decimal text (null when missing).
     SharedString evaluateAsString(const ExpressionDataContext& context) const override;
+    /// The where clause of a comparison, range, membership, missing test, AND, OR or NOT (see
+    /// WhereClauseConversion); null for every other function.
+    std::shared_ptr<AbstractWhereClauseExpression> asWhereExpression(
+        const std::shared_ptr<const DataSet>& dataSet, const std::shared_ptr<const Hierarchies>& hierarchies,
+        const std::shared_ptr<const MetadataProvider>& provider) const override;
     void resolveParameters(const ParameterValues& dataItemMap, ExpressionList& expressions) override;
     void printToStream(std::ostream& stream, const ExpressionDescriptionContext& context) const override;
     std::string_view getTokenName() const override;

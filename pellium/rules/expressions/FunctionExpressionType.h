@@ -143,6 +143,12 @@ public:
     FunctionExpressionType() = delete;
 
     static constexpr bool isValid(std::int32_t value) { return value >= 1 && value <= NUMBER_OF_FUNCTIONS; }
+    /// eq to le, numbered as BinaryRelationalOperator numbers the operators.
+    static constexpr bool isComparison(type value) { return value >= F_EQ && value <= F_LE; }
+    /// between and its three variants.
+    static constexpr bool isRange(type value) {
+        return value == F_BETWEEN || (value >= F_BETWEEN_EXCLUDING_BOUNDS && value <= F_OUTSIDE_EXCLUDING_BOUNDS);
+    }
 
     /// The lower-camel name ("applyVekFormat"); empty for a value that is no function.
     static std::string_view getName(type value);

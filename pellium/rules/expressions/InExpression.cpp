@@ -8,6 +8,7 @@
 #include "pellium/rules/expressions/ExpressionDataContext.h"
 #include "pellium/rules/expressions/ExpressionTokens.h"
 #include "pellium/rules/expressions/FunctionExpressionType.h"
+#include "pellium/rules/expressions/WhereClauseConversion.h"
 
 namespace pellium {
 
@@ -116,7 +117,7 @@ bool InExpression::test(std::span<const std::shared_ptr<Expression>> operands, c
 std::shared_ptr<AbstractWhereClauseExpression> InExpression::asWhereExpression(
     const std::shared_ptr<const DataSet>& dataSet, const std::shared_ptr<const Hierarchies>& hierarchies,
     const std::shared_ptr<const MetadataProvider>& provider) const {
-    return Expression::asWhereExpression(dataSet, hierarchies, provider);
+    return WhereClauseConversion::convert(*this, dataSet, hierarchies, provider);
 }
 
 void InExpression::resolveParameters(const ParameterValues& dataItemMap, ExpressionList& expressions) {

@@ -3,6 +3,7 @@
 #include "pellium/rules/expressions/ExpressionComparisons.h"
 #include "pellium/rules/expressions/ExpressionDataContext.h"
 #include "pellium/rules/expressions/FunctionExpressionType.h"
+#include "pellium/rules/expressions/WhereClauseConversion.h"
 
 namespace pellium {
 
@@ -58,7 +59,7 @@ bool IsMissingExpression::evaluateAsBoolean(const ExpressionDataContext& context
 std::shared_ptr<AbstractWhereClauseExpression> IsMissingExpression::asWhereExpression(
     const std::shared_ptr<const DataSet>& dataSet, const std::shared_ptr<const Hierarchies>& hierarchies,
     const std::shared_ptr<const MetadataProvider>& provider) const {
-    return Expression::asWhereExpression(dataSet, hierarchies, provider);
+    return WhereClauseConversion::convert(*this, dataSet, hierarchies, provider);
 }
 
 void IsMissingExpression::resolveParameters(const ParameterValues& dataItemMap, ExpressionList& expressions) {

@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "pellium/rules/expressions/ExpressionTokens.h"
+#include "pellium/rules/expressions/WhereClauseConversion.h"
 
 namespace pellium {
 
@@ -41,6 +42,12 @@ bool KeywordExpression::isBooleanExpression() const {
 
 bool KeywordExpression::evaluateAsBoolean(const ExpressionDataContext&) const {
     return keyword_ == ExpressionKeywords::KW_TRUE;
+}
+
+std::shared_ptr<AbstractWhereClauseExpression> KeywordExpression::asWhereExpression(
+    const std::shared_ptr<const DataSet>& dataSet, const std::shared_ptr<const Hierarchies>& hierarchies,
+    const std::shared_ptr<const MetadataProvider>& provider) const {
+    return WhereClauseConversion::convert(*this, dataSet, hierarchies, provider);
 }
 
 void KeywordExpression::printToStream(std::ostream& stream, const ExpressionDescriptionContext&) const {

@@ -26,6 +26,10 @@ public:
     bool isBooleanExpression() const override;
     /// True exactly for the keyword True.
     bool evaluateAsBoolean(const ExpressionDataContext& context) const override;
+    /// TRUE for the keyword true, FALSE for false; null for the others.
+    std::shared_ptr<AbstractWhereClauseExpression> asWhereExpression(
+        const std::shared_ptr<const DataSet>& dataSet, const std::shared_ptr<const Hierarchies>& hierarchies,
+        const std::shared_ptr<const MetadataProvider>& provider) const override;
     void printToStream(std::ostream& stream, const ExpressionDescriptionContext& context) const override;
     std::string_view getTokenName() const override;
 

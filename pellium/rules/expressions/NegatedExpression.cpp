@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "pellium/rules/expressions/FunctionExpressionType.h"
+#include "pellium/rules/expressions/WhereClauseConversion.h"
 
 namespace pellium {
 
@@ -47,7 +48,7 @@ bool NegatedExpression::evaluateAsBoolean(const ExpressionDataContext& context) 
 std::shared_ptr<AbstractWhereClauseExpression> NegatedExpression::asWhereExpression(
     const std::shared_ptr<const DataSet>& dataSet, const std::shared_ptr<const Hierarchies>& hierarchies,
     const std::shared_ptr<const MetadataProvider>& provider) const {
-    return Expression::asWhereExpression(dataSet, hierarchies, provider);
+    return WhereClauseConversion::convert(*this, dataSet, hierarchies, provider);
 }
 
 void NegatedExpression::resolveParameters(const ParameterValues& dataItemMap, ExpressionList& expressions) {

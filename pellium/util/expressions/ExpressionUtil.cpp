@@ -131,7 +131,11 @@ struct selector
           parse_tree::store_content::on<number, missing_number, text_content, braced_content, bare_name,
                                         condition_variable, function_name, call, list_literal, negation, negated,
                                         multiplicative_operator, additive_operator, relational_operator>,
-          parse_tree::fold_one::on<or_expression, and_expression, comparison, additive, multiplicative>> {};
+          // The operand rules after an operator match as the rule they derive from, under a name of
+          // their own for the error message; they are kept as nodes, else their children would
+          // join the operator's list ("a OR b AND c" would read as three alternatives).
+          parse_tree::fold_one::on<or_expression, and_expression, or_operand, comparison, comparison_operand, additive,
+                                   additive_operand, multiplicative>> {};
 
 // The message of each point at which reading cannot go on.
 template <typename Rule>
@@ -258,9 +262,9 @@ private:
         if (node.is_type<negated>()) {
             return NegatedExpression::create(build(*node.children.front()));
         }
-        if (node.is_type<or_expression>() || node.is_type<and_expression>()) {
-            const int op = node.is_type<and_expression>() ? CompoundBooleanExpression::AND_OPERATOR
-                                                          : CompoundBooleanExpression::OR_OPERATOR;
+        if (node.is_type<or_expression>() || node.is_type<and_expression>() || node.is_type<or_operand>()) {
+            const int op = node.is_type<or_expression>() ? CompoundBooleanExpression::OR_OPERATOR
+                                                         : CompoundBooleanExpression::AND_OPERATOR;
             return CompoundBooleanExpression::create(op, buildAll(node.children));
         }
         if (node.is_type<comparison>()) {
@@ -268,7 +272,8 @@ private:
             return BinaryRelationalExpression::create(op.value_or(BinaryRelationalOperator::NONE),
                                                       build(*node.children[0]), build(*node.children[2]));
         }
-        if (node.is_type<additive>() || node.is_type<multiplicative>()) {
+        if (node.is_type<additive>() || node.is_type<multiplicative>() || node.is_type<comparison_operand>() ||
+            node.is_type<additive_operand>()) {
             return buildLeftAssociative(node);
         }
         if (node.is_type<list_literal>()) {
@@ -341,29 +346,21 @@ private:
             return buildSelect(node);
         }
         Expression::ExpressionList arguments = buildAll(node.children, 1);
+        if (F::isComparison(*function)) {
+            return buildComparison(name, *function, arguments);
+        }
+        if (F::isRange(*function)) {
+            return BetweenExpression::create(std::move(arguments[0]), std::move(arguments[1]), std::move(arguments[2]),
+                                             BetweenExpression::includesBoundariesOf(*function),
+                                             BetweenExpression::matchesOutsideOf(*function));
+        }
         switch (*function) {
-            case F::F_EQ:
-            case F::F_NE:
-            case F::F_GT:
-            case F::F_GE:
-            case F::F_LT:
-            case F::F_LE:
-                return buildComparison(name, *function, arguments);
             case F::F_IS_MISSING:
             case F::F_NOT_MISSING:
                 return IsMissingExpression::create(std::move(arguments[0]), *function == F::F_NOT_MISSING);
             case F::F_IN:
             case F::F_NOT_IN:
                 return buildIn(std::move(arguments), *function == F::F_NOT_IN);
-            case F::F_BETWEEN:
-            case F::F_BETWEEN_EXCLUDING_BOUNDS:
-            case F::F_OUTSIDE_INCLUDING_BOUNDS:
-            case F::F_OUTSIDE_EXCLUDING_BOUNDS: {
-                auto between = BetweenExpression::create(std::move(arguments[0]), std::move(arguments[1]),
-                                                         std::move(arguments[2]));
-                between->setFunctionType(*function);
-                return between;
-            }
             case F::F_AND:
             case F::F_OR:
                 return CompoundBooleanExpression::create(*function == F::F_AND ? CompoundBooleanExpression::AND_OPERATOR

@@ -21,10 +21,11 @@ public:
 
     WhereClauseFactory() = delete;
 
-    /// The where clause that `text` describes; null when the text does not parse or names no
-    /// clause. Until the expression parser is part of the library this answers null for every
-    /// text; callers must already handle null, which is the answer for text that does not parse.
-    /// WhereClauseStatement reads the flat "column operator value AND ..." form today.
+    /// The where clause that `text`, written in the expression language (ExpressionUtil), describes:
+    /// the parsed expression's asWhereExpression without a data set, so that column types come
+    /// from the hierarchies' levels or from the constants compared with, and labels and formats
+    /// from the provider (else from the levels). Null when the text does not parse or is no filter
+    /// that a where clause can express (Sales > Cost, BeginsWith(Region, 'E')).
     static std::shared_ptr<AbstractWhereClauseExpression> createFromString(
         std::string_view text, const std::shared_ptr<const Hierarchies>& hierarchies,
         const std::shared_ptr<const MetadataProvider>& provider);
