@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "HierarchyTestData.h"
+#include "tests/models/data/hierarchy/HierarchyTestData.h"
+#include "tests/models/data/hierarchy/SqliteOracle.h"
 
 #include "pellium/models/data/dataset/DataValue.h"
 #include "pellium/models/data/hierarchy/Hierarchy.h"
@@ -36,35 +37,6 @@ struct Expected {
 
 using Key = std::vector<std::optional<std::string>>;  // region, product, year; empty = all
 
-class Sqlite {
-public:
-    Sqlite() { sqlite3_open(":memory:", &db_); }
-    ~Sqlite() { sqlite3_close(db_); }
-    Sqlite(const Sqlite&) = delete;
-    Sqlite& operator=(const Sqlite&) = delete;
-
-    void execute(const std::string& sql) {
-        char* error = nullptr;
-        ASSERT_EQ(sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, &error), SQLITE_OK) << (error ? error : "") << sql;
-    }
-
-    // Calls `row` with each result row's statement.
-    template <typename Row>
-    void query(const std::string& sql, Row&& row) {
-        sqlite3_stmt* statement = nullptr;
-        ASSERT_EQ(sqlite3_prepare_v2(db_, sql.c_str(), -1, &statement, nullptr), SQLITE_OK) << sqlite3_errmsg(db_);
-        while (sqlite3_step(statement) == SQLITE_ROW) {
-            row(statement);
-        }
-        sqlite3_finalize(statement);
-    }
-
-    sqlite3* handle() { return db_; }
-
-private:
-    sqlite3* db_ = nullptr;
-};
-
 double numberOrNaN(sqlite3_stmt* statement, int column) {
     return sqlite3_column_type(statement, column) == SQLITE_NULL ? NaN : sqlite3_column_double(statement, column);
 }
@@ -91,15 +63,10 @@ void loadRows(Sqlite& sqlite, const DataSet& dataSet, bool weighted) {
     const auto& label = *dataSet.getColumnWithName("Label");
     const auto& frequency = *dataSet.getColumnWithName("Frequency");
     const auto& frequencyWithMissing = *dataSet.getColumnWithName("FrequencyWithMissing");
-    const auto bindText = [insert](int position, const SharedString& bound) {
-        sqlite3_bind_text(insert, position, bound->c_str(), static_cast<int>(bound->size()), SQLITE_TRANSIENT);
-    };
     for (std::int32_t row = 0; row < dataSet.getNumberOfRows(); ++row) {
         sqlite3_reset(insert);
         sqlite3_bind_int(insert, 1, row);
-        bindText(2, DataValue::formatStringValue(region.getStringAtIndex(row), region.getStringIndexAtIndex(row)));
-        bindText(3, DataValue::formatStringValue(product.getStringAtIndex(row), product.getStringIndexAtIndex(row)));
-        bindText(4, DataValue::formatNumericValue(year.getNumberAtIndex(row), year.getFormatName()));
+        bindMemberTexts(insert, 2, region, product, year, row);
         const double number = value.getNumberAtIndex(row);
         const int state = std::isnan(number)                         ? 1
                           : number == DataTokens::SPARSE_NUMERIC     ? 2
@@ -111,7 +78,7 @@ void loadRows(Sqlite& sqlite, const DataSet& dataSet, bool weighted) {
             sqlite3_bind_null(insert, 5);
         }
         sqlite3_bind_int(insert, 6, state);
-        bindText(7, label.getStringAtIndex(row));
+        bindText(insert, 7, label.getStringAtIndex(row));
         sqlite3_bind_int(insert, 8, label.getStringIndexAtIndex(row) == DataTokens::TOKEN_SPARSE ? 2 : 0);
         const double count = weighted ? frequency.getNumberAtIndex(row) : 1.0;
         sqlite3_bind_double(insert, 9, count);

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "tests/models/data/hierarchy/HierarchyTestData.h"
+#include "tests/models/data/hierarchy/SqliteOracle.h"
 
 #include "pellium/models/data/dataset/DataValue.h"
 #include "pellium/models/data/hierarchy/Hierarchy.h"
@@ -19,36 +20,6 @@
 namespace pellium::test {
 
 namespace {
-
-class Sqlite {
-public:
-    Sqlite() { sqlite3_open(":memory:", &db_); }
-    ~Sqlite() { sqlite3_close(db_); }
-    Sqlite(const Sqlite&) = delete;
-    Sqlite& operator=(const Sqlite&) = delete;
-
-    void execute(const std::string& sql) {
-        char* error = nullptr;
-        ASSERT_EQ(sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, &error), SQLITE_OK) << (error ? error : "") << sql;
-    }
-
-    // The first column of every result row, as text.
-    std::vector<std::string> texts(const std::string& sql) {
-        std::vector<std::string> result;
-        sqlite3_stmt* statement = nullptr;
-        EXPECT_EQ(sqlite3_prepare_v2(db_, sql.c_str(), -1, &statement, nullptr), SQLITE_OK) << sqlite3_errmsg(db_);
-        while (statement && sqlite3_step(statement) == SQLITE_ROW) {
-            result.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(statement, 0)));
-        }
-        sqlite3_finalize(statement);
-        return result;
-    }
-
-    sqlite3* handle() { return db_; }
-
-private:
-    sqlite3* db_ = nullptr;
-};
 
 std::string quoted(const std::string& value) {
     std::string out = "'";
@@ -69,15 +40,10 @@ void loadRows(Sqlite& sqlite, const DataSet& dataSet) {
     const auto& product = *dataSet.getColumnWithName("Product");
     const auto& year = *dataSet.getColumnWithName("Year");
     const auto& value = *dataSet.getColumnWithName("Value");
-    const auto bindText = [insert](int position, const SharedString& bound) {
-        sqlite3_bind_text(insert, position, bound->c_str(), static_cast<int>(bound->size()), SQLITE_TRANSIENT);
-    };
     for (std::int32_t row = 0; row < dataSet.getNumberOfRows(); ++row) {
         sqlite3_reset(insert);
         sqlite3_bind_int(insert, 1, row);
-        bindText(2, DataValue::formatStringValue(region.getStringAtIndex(row), region.getStringIndexAtIndex(row)));
-        bindText(3, DataValue::formatStringValue(product.getStringAtIndex(row), product.getStringIndexAtIndex(row)));
-        bindText(4, DataValue::formatNumericValue(year.getNumberAtIndex(row), year.getFormatName()));
+        bindMemberTexts(insert, 2, region, product, year, row);
         const double number = value.getNumberAtIndex(row);
         const bool ordinary = DataTokens::getSortPlaneForValue(number) == DataTokens::SORT_PLANE_ORDINARY;
         sqlite3_bind_double(insert, 5, ordinary ? number : 0.0);
