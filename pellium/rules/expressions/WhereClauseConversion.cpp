@@ -146,7 +146,12 @@ public:
         : dataSet_(dataSet),
           hierarchies_(hierarchies),
           provider_(provider),
-          noItems_(ValueMapExpressionContext::create()) {}
+          noItems_(ValueMapExpressionContext::create()) {
+        // Comparisons of constants are decided here, with the tolerance the data set's rows use.
+        if (dataSet_) {
+            noItems_->setTolerance(dataSet_->getComparisonEpsilon());
+        }
+    }
 
     // The clause of `node`, or of its negation when `negated`.
     Clause convert(const Expression& node, bool negated) {

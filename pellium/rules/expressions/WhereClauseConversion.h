@@ -28,6 +28,8 @@ namespace pellium {
 /// number column also keeps suppressed cells. With a comparison tolerance (the data set's
 /// epsilon) a tolerant clause cannot tell the sparse or the suppressed value from the numbers
 /// within the tolerance of it: the largest double (matches-all) then counts as suppressed.
+/// A comparison of two constants becomes TRUE or FALSE at once, under the data set's tolerance;
+/// without a data set it is decided exactly.
 class PELLIUM_EXPORT WhereClauseConversion {
 public:
     WhereClauseConversion() = delete;

@@ -132,12 +132,18 @@ public:
                 return compound(depth);
             case 6:
                 return NegatedExpression::create(generate(depth - 1));
-            case 7:
-                if (pick(2) == 0) {
+            case 7: {
+                // Without a data set the conversion cannot know the rows' tolerance, and decides
+                // comparisons of two constants exactly.
+                if (pick(2) == 0 || (avoidsLargestDouble_ && declaresTypes_)) {
                     return KeywordExpression::create(pick(2) == 0 ? ExpressionKeywords::KW_TRUE
                                                                   : ExpressionKeywords::KW_FALSE);
                 }
-                return BinaryRelationalExpression::create(relation(), number(), number());
+                // Drawn one after the other: the order of a call's arguments is the compiler's.
+                const auto op = relation();
+                auto left = number();
+                return BinaryRelationalExpression::create(op, std::move(left), number());
+            }
             case 8:
                 return FunctionExpression::create(FunctionExpressionType::F_NOT, {generate(depth - 1)});
             default: {
@@ -199,7 +205,11 @@ private:
 
     std::shared_ptr<Expression> range() {
         auto [dataItem, isText] = item();
-        auto between = BetweenExpression::create(dataItem, value(isText), value(isText));
+        // Drawn one after the other: the order of a call's arguments differs between compilers
+        // and optimisation levels, and the corpus must not.
+        auto low = value(isText);
+        auto high = value(isText);
+        auto between = BetweenExpression::create(dataItem, std::move(low), std::move(high));
         between->setFunctionType(
             static_cast<FunctionExpressionType::type>(FunctionExpressionType::F_BETWEEN_EXCLUDING_BOUNDS + pick(3)));
         if (pick(4) == 0) {
