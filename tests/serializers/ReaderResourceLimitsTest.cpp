@@ -243,9 +243,7 @@ std::vector<TextCase> textCases() {
          8},
         {"expression, open parentheses", [](std::size_t size) { return repeated("(", size); }, expression, 8},
         {"expression, prefix minus signs", [](std::size_t size) { return repeated("-", size) + "1"; }, expression, 8},
-        // The expression parser holds the parse tree of the whole text (about 300 bytes per operator)
-        // before it builds the expression and checks its depth.
-        {"expression, a long sum", [](std::size_t size) { return "1" + repeated("+1", size / 2); }, expression, 160},
+        {"expression, a long sum", [](std::size_t size) { return "1" + repeated("+1", size / 2); }, expression, 8},
         {"expression, an open list", [](std::size_t size) { return "In(x, [" + repeated("1,", size / 2); }, expression,
          80},
         {"zone rules, one long line", [](std::size_t size) { return repeated("x ", size / 2); }, zones, 16},
@@ -331,6 +329,8 @@ TEST(ReaderResourceLimits, NestingIsRefusedJustPastTheDocumentedDepth) {
         {"prefix operators", [](std::size_t depth) { return repeated("NOT ", depth) + "1"; },
          ExpressionUtil::MAXIMUM_NESTING_DEPTH},
         {"a chain of sums", [](std::size_t depth) { return "1" + repeated("+1", depth); },
+         ExpressionUtil::MAXIMUM_TREE_DEPTH},
+        {"a chain of products", [](std::size_t depth) { return "2" + repeated("*2", depth); },
          ExpressionUtil::MAXIMUM_TREE_DEPTH},
     };
     // The whole text is the first level of nesting, and the leaf of a chain its last level.

@@ -60,6 +60,30 @@ struct nested {
     }
 };
 
+// Matches the steps of a left-associative chain (an operator and its operand) as star does. Each
+// step puts the tree one level deeper, so a chain longer than the tree depth limit is refused when
+// its next operator is met, before the parse tree grows with the rest of the text.
+template <typename Operator, typename... Operand>
+struct chain {
+    using rule_t = chain;
+    using subs_t = type_list<seq<Operator, Operand...>>;
+
+    template <apply_mode A, rewind_mode M, template <typename...> class Action, template <typename...> class Control,
+              typename ParseInput, typename... States>
+    static bool match(ParseInput& in, States&&... states) {
+        using Step = seq<Operator, Operand...>;
+        for (std::size_t steps = 0;; ++steps) {
+            if (steps == ExpressionUtil::MAXIMUM_TREE_DEPTH &&
+                Control<at<Operator>>::template match<A, rewind_mode::required, Action, Control>(in, states...)) {
+                throw parse_error(NESTING_MESSAGE, in);
+            }
+            if (!Control<Step>::template match<A, rewind_mode::required, Action, Control>(in, states...)) {
+                return true;
+            }
+        }
+    }
+};
+
 struct blank : star<space> {};
 struct non_ascii_letter : utf8::range<0x80, 0x10FFFF> {};
 struct identifier_first : sor<ranges<'a', 'z', 'A', 'Z', '_'>, non_ascii_letter> {};
@@ -106,10 +130,10 @@ struct negation : seq<one<'-'>, blank, nested<unary>> {};
 struct unary : sor<seq<number, blank>, negation, primary> {};
 struct operand : unary {};
 struct multiplicative_operator : one<'*', '/'> {};
-struct multiplicative : seq<unary, star<multiplicative_operator, blank, must<operand>>> {};
+struct multiplicative : seq<unary, chain<multiplicative_operator, blank, must<operand>>> {};
 struct additive_operand : multiplicative {};
 struct additive_operator : one<'+', '-'> {};
-struct additive : seq<multiplicative, star<additive_operator, blank, must<additive_operand>>> {};
+struct additive : seq<multiplicative, chain<additive_operator, blank, must<additive_operand>>> {};
 struct relational_operator : sor<string<'<', '='>, string<'>', '='>, string<'<', '>'>, string<'!', '='>,
                                  string<'=', '='>, utf8::one<0x2260, 0x2264, 0x2265>, one<'=', '<', '>', '?'>> {};
 struct comparison_operand : additive {};
