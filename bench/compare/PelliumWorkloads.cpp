@@ -1,13 +1,13 @@
 // The workloads of libPellium, on one thread, as a report viewer runs them: read the data, filter
-// it, aggregate it into a crosstab, format dates and convert times between zones. Code that is
-// still being built elsewhere is compiled in as soon as its headers are there; until then its
-// workloads are reported as not yet built.
+// it, aggregate it into a crosstab, format dates and convert times between zones.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <fstream>
+#include <istream>
 #include <memory>
 #include <stdexcept>
+#include <sstream>
 #include <streambuf>
 #include <string>
 #include <string_view>
@@ -21,59 +21,36 @@
 #include "pellium/models/data/dataset/Column.h"
 #include "pellium/models/data/dataset/DataSet.h"
 #include "pellium/models/data/dataset/DataValue.h"
+#include "pellium/models/data/hierarchy/Hierarchy.h"
+#include "pellium/models/data/hierarchy/HierarchyCrossings.h"
+#include "pellium/models/data/hierarchy/HierarchyDataSet.h"
+#include "pellium/models/data/hierarchy/Level.h"
 #include "pellium/models/data/hierarchy/StatisticType.h"
+#include "pellium/models/data/tree/DataTreeNode.h"
+#include "pellium/models/data/tree/DataTreeSortContext.h"
+#include "pellium/models/data/tree/MemberSortState.h"
+#include "pellium/models/data/where/CompoundWhereClauseExpression.h"
+#include "pellium/models/data/where/WhereClauseExpression.h"
+#include "pellium/models/data/where/WhereEvaluator.h"
 #include "pellium/parsers/CSVDataSetReader.h"
 #include "pellium/util/DateType.h"
 #include "pellium/util/StringUtilities.h"
 #include "pellium/util/TimeUtilities.h"
 #include "pellium/util/TimeZone.h"
 
-#if __has_include("pellium/models/data/dataset/RowStates.h")
-#include <istream>
-#include <sstream>
-#define COMPARE_HAS_DATA_SET_STREAM 1
-#endif
-
-#if __has_include("pellium/models/data/where/WhereEvaluator.h")
-#include "pellium/models/data/where/CompoundWhereClauseExpression.h"
-#include "pellium/models/data/where/WhereClauseExpression.h"
-#include "pellium/models/data/where/WhereEvaluator.h"
-#define COMPARE_HAS_WHERE_EVALUATOR 1
-#endif
-
-#if __has_include("pellium/models/data/hierarchy/HierarchyDataSet.h")
-#include "pellium/models/data/hierarchy/Hierarchy.h"
-#include "pellium/models/data/hierarchy/HierarchyCrossings.h"
-#include "pellium/models/data/hierarchy/HierarchyDataSet.h"
-#include "pellium/models/data/hierarchy/Level.h"
-#include "pellium/models/data/tree/DataTreeNode.h"
-#define COMPARE_HAS_HIERARCHIES 1
-#endif
-
-#if __has_include("pellium/models/data/tree/DataTreeSortContext.h")
-#include "pellium/models/data/tree/DataTreeSortContext.h"
-#include "pellium/models/data/tree/MemberSortState.h"
-#define COMPARE_HAS_MEMBER_SORTING 1
-#endif
-
-#if __has_include("pellium/formatters/DateFormatter.h")
-#define COMPARE_HAS_DATE_FORMATS 1
-#endif
-
 namespace compare {
 
 namespace {
 
 constexpr std::string_view ENGINE = "libPellium";
-constexpr std::string_view NOT_YET_BUILT = "not yet built";
 
-[[maybe_unused]] pellium::SharedString text(std::string_view value) {
+pellium::SharedString text(std::string_view value) {
     return pellium::StringUtilities::internString(value);
 }
 
 // --- Load ------------------------------------------------------------------------------------------
 
-[[maybe_unused]] std::string firstLines(const std::string& path, int count) {
+std::string firstLines(const std::string& path, int count) {
     std::ifstream file(path, std::ios::binary);
     std::string lines;
     std::string line;
@@ -84,13 +61,11 @@ constexpr std::string_view NOT_YET_BUILT = "not yet built";
     return lines;
 }
 
-// Reads the file as a user would: the date column in its ISO form through a date format when the
-// library has date formats, and as texts before that.
+// Reads the file as a user would: the date column in its ISO form through a date format.
 std::shared_ptr<pellium::DataSet> addLoadWorkload(Report& report) {
     const Context& context = report.context();
     pellium::CSVReadOptions options;
     std::string detail = "CSVDataSetReader::readFile";
-#ifdef COMPARE_HAS_DATE_FORMATS
     options.columnDefinitions.push_back({"date", pellium::DataType::NUMERIC, "YYMMDD10."});
     if (pellium::CSVDataSetReader::readText(firstLines(context.csvPath, 100), options)) {
         detail += ", date as YYMMDD10.";
@@ -98,9 +73,6 @@ std::shared_ptr<pellium::DataSet> addLoadWorkload(Report& report) {
         options.columnDefinitions.clear();
         detail += ", date as text (YYMMDD10. does not read it)";
     }
-#else
-    detail += ", date as text (no date formats yet)";
-#endif
     std::shared_ptr<pellium::DataSet> dataSet;
     if (!report.wants("load_csv")) {
         // Another workload is profiled alone: it still needs the data.
@@ -117,7 +89,6 @@ std::shared_ptr<pellium::DataSet> addLoadWorkload(Report& report) {
     return dataSet;
 }
 
-#ifdef COMPARE_HAS_DATA_SET_STREAM
 // An input stream over bytes in memory, so that reading the stream form is timed without a copy.
 class MemoryBuffer : public std::streambuf {
 public:
@@ -146,11 +117,9 @@ void addStreamWorkload(Report& report, const std::shared_ptr<const pellium::Data
                        return static_cast<double>(read->getNumberOfRows());
                    });
 }
-#endif
 
 // --- Filter ----------------------------------------------------------------------------------------
 
-#ifdef COMPARE_HAS_WHERE_EVALUATOR
 void addFilterWorkload(Report& report, const std::shared_ptr<const pellium::DataSet>& dataSet) {
     using pellium::WhereClauseOperators;
     const auto where = pellium::CompoundWhereClauseExpression::create(
@@ -172,11 +141,9 @@ void addFilterWorkload(Report& report, const std::shared_ptr<const pellium::Data
         return static_cast<double>(count);
     });
 }
-#endif
 
 // --- Crosstabs -------------------------------------------------------------------------------------
 
-#ifdef COMPARE_HAS_HIERARCHIES
 std::shared_ptr<pellium::Hierarchy> singleLevelHierarchy(const pellium::DataSet& dataSet, std::string_view column) {
     return pellium::Hierarchy::create(text(column), text(column),
                                       {pellium::Level::createForColumn(*dataSet.getColumnWithName(column))});
@@ -240,7 +207,6 @@ void addCrosstabWorkloads(Report& report, const std::shared_ptr<pellium::DataSet
                    [&] { return Crosstab::build(dataSet).grandTotal(); });
     report.measure("crosstab", ENGINE, "HierarchyDataSet build + getNormalizedCrossings with all totals", rowCount,
                    [&] { return Crosstab::build(dataSet).normalizedCellCount(); });
-#ifdef COMPARE_HAS_MEMBER_SORTING
     report.measure(
         "crosstab_sorted", ENGINE,
         "the crosstab with the regions sorted by their SUM total descending (DataTreeSortContext)", rowCount, [&] {
@@ -250,10 +216,6 @@ void addCrosstabWorkloads(Report& report, const std::shared_ptr<pellium::DataSet
                 "region", pellium::MemberSortState::createByMeasure(pellium::SortDirection::DESCENDING, text("sales")));
             return crosstab.normalizedCellCount(sortContext.get());
         });
-#else
-    report.unavailable("crosstab_sorted", ENGINE,
-                       std::string(NOT_YET_BUILT) + ": the member sort context of hierarchies");
-#endif
 
     dataSet->getColumnWithName("product")->setAggregation(pellium::StatisticType::COUNT_DISTINCT);
     report.measure(
@@ -269,11 +231,9 @@ void addCrosstabWorkloads(Report& report, const std::shared_ptr<pellium::DataSet
             return distinctProducts;
         });
 }
-#endif
 
 // --- Dates and time zones --------------------------------------------------------------------------
 
-#ifdef COMPARE_HAS_DATE_FORMATS
 void addFormatWorkload(Report& report, std::string_view workload, std::string_view formatName,
                        const std::vector<double>& values) {
     const auto formatter = pellium::FormatterFactory::instance()->getFormatterForFormatName(formatName);
@@ -290,13 +250,11 @@ void addFormatWorkload(Report& report, std::string_view workload, std::string_vi
         return length;
     });
 }
-#endif
 
 void addDateWorkloads(Report& report) {
     const std::uint64_t count = report.context().valueCount;
     const std::vector<std::int64_t> unixDays = SalesData::firstUnixDays(count);
     const std::vector<std::int64_t> unixTimes = SalesData::firstUnixDateTimes(count);
-#ifdef COMPARE_HAS_DATE_FORMATS
     std::vector<double> days;
     std::vector<double> dateTimes;
     for (std::uint64_t index = 0; index < count; ++index) {
@@ -305,10 +263,6 @@ void addDateWorkloads(Report& report) {
     }
     addFormatWorkload(report, "format_date", "DATE9.", days);
     addFormatWorkload(report, "format_datetime", "DATETIME20.", dateTimes);
-#else
-    report.unavailable("format_date", ENGINE, std::string(NOT_YET_BUILT) + ": date formats");
-    report.unavailable("format_datetime", ENGINE, std::string(NOT_YET_BUILT) + ": date formats");
-#endif
 
     std::vector<std::shared_ptr<pellium::TimeZone>> zones;
     for (const std::string_view id : SalesData::TIME_ZONES) {
@@ -334,23 +288,9 @@ void addPelliumWorkloads(Report& report) {
     if (!dataSet) {
         return;
     }
-#ifdef COMPARE_HAS_DATA_SET_STREAM
     addStreamWorkload(report, dataSet);
-#else
-    report.unavailable("load_stream", ENGINE, std::string(NOT_YET_BUILT) + ": the data set stream");
-#endif
-#ifdef COMPARE_HAS_WHERE_EVALUATOR
     addFilterWorkload(report, dataSet);
-#else
-    report.unavailable("filter", ENGINE, std::string(NOT_YET_BUILT) + ": the compiled where evaluator");
-#endif
-#ifdef COMPARE_HAS_HIERARCHIES
     addCrosstabWorkloads(report, dataSet);
-#else
-    for (const char* workload : {"group_by", "crosstab", "crosstab_sorted", "count_distinct"}) {
-        report.unavailable(workload, ENGINE, std::string(NOT_YET_BUILT) + ": hierarchy data sets");
-    }
-#endif
     addDateWorkloads(report);
 }
 
