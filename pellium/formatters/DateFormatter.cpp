@@ -64,6 +64,18 @@ void writeText(char*& out, std::string_view text) {
     out += text.size();
 }
 
+// The same for a text followed by `Padding` readable bytes, into a buffer with as much room past
+// the bound: a short text is one fixed-size copy instead of a call.
+template <std::size_t Padding>
+void writePaddedText(char*& out, std::string_view text) {
+    if (text.size() <= Padding) {
+        std::memcpy(out, text.data(), Padding);
+    } else {
+        std::memcpy(out, text.data(), text.size());
+    }
+    out += text.size();
+}
+
 // "00" to "99", so that two digits are one copy.
 constexpr std::array<char, 200> DIGIT_PAIRS = [] {
     std::array<char, 200> pairs{};
@@ -181,9 +193,9 @@ void DateFormatter::compile(std::string_view pattern) {
             return;
         }
         if (items_.empty() || items_.back().letter != 0) {
-            items_.push_back(Item{0, 0, static_cast<std::uint32_t>(literals_.size()), 0, -1});
+            items_.push_back(Item{0, 0, static_cast<std::uint32_t>(texts_.size()), 0, -1});
         }
-        literals_.append(text);
+        texts_.append(text);
         items_.back().literalLength += static_cast<std::uint32_t>(text.size());
     };
     std::size_t position = 0;
@@ -240,8 +252,9 @@ void DateFormatter::loadNames(const LocalizationContext& context) {
         const auto found = context.getFormatString(formatterBundle, key);
         return found ? *found : std::string();
     };
+    std::array<std::vector<std::string>, NAME_SERIES_COUNT> loaded;
     auto load = [&](NameSeries series, std::string_view prefix, int first, int last) {
-        auto& names = names_[series];
+        auto& names = loaded[series];
         names.assign(static_cast<std::size_t>(last + 1), std::string());
         for (int index = first; index <= last; ++index) {
             names[static_cast<std::size_t>(index)] = text(std::string(prefix) + std::to_string(index));
@@ -255,7 +268,7 @@ void DateFormatter::loadNames(const LocalizationContext& context) {
         const std::string_view prefixes[] = {"hebrewMonth.wide.", "hebrewMonth.abbreviated.", "hebrewMonth.narrow."};
         for (int width = 0; width < 3; ++width) {
             load(series[width], prefixes[width], 1, 14);
-            names_[standalone[width]] = names_[series[width]];
+            loaded[standalone[width]] = loaded[series[width]];
         }
         load(EraWide, "hebrewEra.wide.", 0, 0);
         load(EraAbbreviated, "hebrewEra.abbreviated.", 0, 0);
@@ -285,7 +298,8 @@ void DateFormatter::loadNames(const LocalizationContext& context) {
     load(StandaloneQuarterWide, "quarter.standalone.wide.", 1, 4);
     load(StandaloneQuarterAbbreviated, "quarter.standalone.abbreviated.", 1, 4);
     load(StandaloneQuarterNarrow, "quarter.standalone.narrow.", 1, 4);
-    names_[DayPeriod] = {text("am"), text("pm")};
+    loaded[DayPeriod] = {text("am"), text("pm")};
+    storeNames(loaded);
 
     int firstDay = 0;
     if (const auto first = context.getFormatString(formatterBundle, "firstDayOfWeek");
@@ -359,11 +373,27 @@ int DateFormatter::seriesOf(char letter, int count) {
     }
 }
 
+void DateFormatter::storeNames(const std::array<std::vector<std::string>, NAME_SERIES_COUNT>& names) {
+    std::array<std::vector<std::size_t>, NAME_SERIES_COUNT> starts;
+    for (std::size_t series = 0; series < names.size(); ++series) {
+        for (const auto& name : names[series]) {
+            starts[series].push_back(texts_.size());
+            texts_ += name;
+        }
+    }
+    texts_.append(TEXT_PADDING, '\0');
+    for (std::size_t series = 0; series < names.size(); ++series) {
+        for (std::size_t index = 0; index < names[series].size(); ++index) {
+            names_[series].push_back(std::string_view(texts_).substr(starts[series][index], names[series][index].size()));
+        }
+    }
+}
+
 int DateFormatter::computeMaxLength() const {
     int total = 0;
     for (const auto& item : items_) {
         if (item.letter == 0) {
-            total += codePoints(std::string_view(literals_).substr(item.literalStart, item.literalLength));
+            total += codePoints(std::string_view(texts_).substr(item.literalStart, item.literalLength));
             continue;
         }
         if (item.letter == 'z') {
@@ -633,7 +663,7 @@ void DateFormatter::writeField(const Item& item, const Fields& fields, char*& ou
         }
         const auto& names = names_[static_cast<std::size_t>(series)];
         if (index >= 0 && static_cast<std::size_t>(index) < names.size()) {
-            writeText(out, names[static_cast<std::size_t>(index)]);
+            writePaddedText<TEXT_PADDING>(out, names[static_cast<std::size_t>(index)]);
         }
         return;
     }
@@ -733,7 +763,7 @@ char* DateFormatter::render(double value, ValueKind kind, const Fields& fields, 
     }
     for (const auto& item : items_) {
         if (item.letter == 0) {
-            writeText(position, std::string_view(literals_).substr(item.literalStart, item.literalLength));
+            writePaddedText<TEXT_PADDING>(position, std::string_view(texts_.data() + item.literalStart, item.literalLength));
         } else if (item.letter == 'z') {
             writeText(position, zoneName(value, kind));
         } else {
@@ -744,7 +774,7 @@ char* DateFormatter::render(double value, ValueKind kind, const Fields& fields, 
 }
 
 int DateFormatter::computeMaxBytes() const {
-    int total = 1;  // the sign of an elapsed time
+    int total = 1 + static_cast<int>(TEXT_PADDING);  // the sign of an elapsed time, the room of padded copies
     for (const auto& item : items_) {
         if (item.letter == 0) {
             total += static_cast<int>(item.literalLength);
@@ -757,8 +787,13 @@ int DateFormatter::computeMaxBytes() const {
                 longest = std::max(longest, name.size());
             }
             total += static_cast<int>(longest);
-        } else {
+        } else if (item.letter == 'y' || item.letter == 'm' || isHourLetter(item.letter)) {
+            // Years, and the hours and minutes of elapsed times, can have many digits and a sign.
             total += std::max(item.count, 20) + 1;
+        } else {
+            // Days, months, quarters, weeks, weekdays and seconds have at most three digits, and a
+            // fraction exactly its count.
+            total += std::max(item.count, 3);
         }
     }
     return total;

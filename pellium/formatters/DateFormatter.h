@@ -82,7 +82,11 @@ public:
     ~DateFormatter();
 
 private:
-    // One field of the pattern, or a literal (letter 0) whose text is literals_[literal].
+    // Literals and names live in one text pool followed by this many spare bytes, so that a short
+    // one is copied as one fixed-size block; render's buffer has the same room past the text.
+    static constexpr std::size_t TEXT_PADDING = 16;
+
+    // One field of the pattern, or a literal (letter 0) whose text is in texts_.
     struct Item {
         char letter = 0;
         int count = 0;
@@ -126,6 +130,8 @@ private:
     DateFormatter(std::string_view pattern, const LocalizationContext& context, Calendar calendar);
     void compile(std::string_view pattern);
     void loadNames(const LocalizationContext& context);
+    // Appends the names to the text pool, pads it and points names_ into it.
+    void storeNames(const std::array<std::vector<std::string>, NAME_SERIES_COUNT>& names);
     int computeMaxLength() const;
 
     bool computeFields(double value, ValueKind kind, Fields& fields) const;
@@ -151,14 +157,14 @@ private:
     std::string pattern_;
     Calendar calendar_;
     std::vector<Item> items_;
-    std::string literals_;
-    std::array<std::vector<std::string>, NAME_SERIES_COUNT> names_;
+    std::string texts_;  // the literals, then the names, then TEXT_PADDING bytes
+    std::array<std::vector<std::string_view>, NAME_SERIES_COUNT> names_;
     std::shared_ptr<const TimeZone> zone_;
     std::string zoneId_;
     int firstDayOfWeek_ = 0;  // 0 Sunday
     int minimalDaysInFirstWeek_ = 1;
     int maxLength_ = 0;
-    int maxBytes_ = 0;  // an upper bound of the bytes of any text, for the buffer format() fills
+    int maxBytes_ = 0;  // the room render needs: the bytes of the longest text, and TEXT_PADDING
     bool hasDateFields_ = false;
     bool hasTimeFields_ = false;
     // Which fields the pattern shows, so that formatting computes no others.

@@ -304,7 +304,7 @@ bool DateFormatter::parseItems(std::string_view text, ParsedFields& parsed) cons
         }
         // Literal text: its separators stand for any separators, or none; everything else must be
         // typed as it stands, letters in any case.
-        const std::string_view literal = std::string_view(literals_).substr(item.literalStart, item.literalLength);
+        const std::string_view literal = std::string_view(texts_).substr(item.literalStart, item.literalLength);
         std::size_t at = 0;
         while (at < literal.size()) {
             if (const auto length = separatorLength(literal, at); length > 0) {
