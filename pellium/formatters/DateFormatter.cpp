@@ -235,7 +235,7 @@ void DateFormatter::compile(std::string_view pattern) {
             ++end;
         }
         const int count = static_cast<int>(end - position);
-        items_.push_back(Item{character, count, 0, 0, seriesOf(character, count)});
+        items_.push_back(Item{character, count, 0, 0, seriesOf(character, count), isNumericField(character, count)});
         hasTimeFields_ = hasTimeFields_ || isTimeLetter(character);
         showsHours_ = showsHours_ || isHourLetter(character);
         needsWeekOfYear_ = needsWeekOfYear_ || character == 'w';
@@ -244,6 +244,11 @@ void DateFormatter::compile(std::string_view pattern) {
         needsDayOfYear_ = needsDayOfYear_ || character == 'w' || character == 'D';
         hasDateFields_ = hasDateFields_ || (!isTimeLetter(character) && character != 'z');
         position = end;
+    }
+    // Numeric fields written next to each other ("yyyyDDD") take exactly their digits.
+    for (std::size_t index = 0; index < items_.size(); ++index) {
+        items_[index].inNumericRun = items_[index].numeric && ((index + 1 < items_.size() && items_[index + 1].numeric) ||
+                                                               (index > 0 && items_[index - 1].numeric));
     }
 }
 

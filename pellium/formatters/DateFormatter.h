@@ -93,6 +93,8 @@ private:
         std::uint32_t literalStart = 0;
         std::uint32_t literalLength = 0;
         int series = -1;  // the names a text field writes; -1 for numbers and literals
+        bool numeric = false;       // written and read as digits
+        bool inNumericRun = false;  // numeric, next to another numeric field: read by its exact digits
     };
 
     // The names a field letter can write, each series indexed from its first value.
@@ -147,7 +149,7 @@ private:
     static bool isNumericField(char letter, int count);
 
     bool parseItems(std::string_view text, ParsedFields& parsed) const;
-    bool parseField(const Item& item, bool inNumericRun, std::string_view text, std::size_t& position,
+    bool parseField(const Item& item, std::string_view text, std::size_t& position,
                     ParsedFields& parsed) const;
     bool matchName(char letter, std::string_view text, std::size_t& position, int& index) const;
     bool resolve(const ParsedFields& parsed, ValueKind kind, double& value) const;

@@ -174,7 +174,7 @@ bool DateFormatter::matchName(char letter, std::string_view text, std::size_t& p
     return true;
 }
 
-bool DateFormatter::parseField(const Item& item, bool inNumericRun, std::string_view text, std::size_t& position,
+bool DateFormatter::parseField(const Item& item, std::string_view text, std::size_t& position,
                                ParsedFields& parsed) const {
     skipSeparators(text, position);
     const char letter = item.letter;
@@ -185,7 +185,7 @@ bool DateFormatter::parseField(const Item& item, bool inNumericRun, std::string_
         }
         return true;
     }
-    if (!isNumericField(letter, item.count)) {
+    if (!item.numeric) {
         int index = 0;
         const std::size_t start = position;
         if (matchName(letter, text, position, index)) {
@@ -220,7 +220,7 @@ bool DateFormatter::parseField(const Item& item, bool inNumericRun, std::string_
         // A month or quarter typed as a number reads like its numeric form.
     }
     const int fixedDigits = std::max(item.count, letter == 'y' ? 2 : 1);
-    const int maximumDigits = inNumericRun ? fixedDigits : MAXIMUM_DIGITS;
+    const int maximumDigits = item.inNumericRun ? fixedDigits : MAXIMUM_DIGITS;
     std::int64_t number = 0;
     int digits = 0;
     while (position < text.size() && isDigit(text[position]) && digits < maximumDigits) {
@@ -228,7 +228,7 @@ bool DateFormatter::parseField(const Item& item, bool inNumericRun, std::string_
         ++position;
         ++digits;
     }
-    if (digits == 0 || (inNumericRun && digits != fixedDigits)) {
+    if (digits == 0 || (item.inNumericRun && digits != fixedDigits)) {
         return false;
     }
     const int small = static_cast<int>(std::min<std::int64_t>(number, std::numeric_limits<int>::max()));
@@ -289,15 +289,9 @@ bool DateFormatter::parseField(const Item& item, bool inNumericRun, std::string_
 
 bool DateFormatter::parseItems(std::string_view text, ParsedFields& parsed) const {
     std::size_t position = 0;
-    for (std::size_t index = 0; index < items_.size(); ++index) {
-        const Item& item = items_[index];
+    for (const Item& item : items_) {
         if (item.letter != 0) {
-            // Numeric fields written next to each other ("yyyyDDD") take exactly their digits.
-            const bool inNumericRun =
-                isNumericField(item.letter, item.count) &&
-                ((index + 1 < items_.size() && isNumericField(items_[index + 1].letter, items_[index + 1].count)) ||
-                 (index > 0 && isNumericField(items_[index - 1].letter, items_[index - 1].count)));
-            if (!parseField(item, inNumericRun, text, position, parsed)) {
+            if (!parseField(item, text, position, parsed)) {
                 return false;
             }
             continue;
@@ -328,13 +322,14 @@ bool DateFormatter::resolveDay(const ParsedFields& parsed, double& dayNumber) co
     if (parsed.era == 0) {
         return false;  // the calendar has no dates before the common era
     }
-    const double now = today();
+    // Fields left out default to today's; the clock is read only then.
     if (calendar_ == Calendar::Hebrew) {
-        int currentYear = 0;
-        int currentMonth = 0;
-        int currentDay = 0;
-        HebrewCalendar::getDate(now, currentYear, currentMonth, currentDay);
-        const int year = parsed.year != UNSET ? parsed.year : currentYear;
+        int year = parsed.year;
+        if (year == UNSET) {
+            int currentMonth = 0;
+            int currentDay = 0;
+            HebrewCalendar::getDate(today(), year, currentMonth, currentDay);
+        }
         int month = HebrewCalendar::TISHRI;
         if (parsed.monthName != UNSET) {
             month = parsed.monthName;
@@ -345,7 +340,7 @@ bool DateFormatter::resolveDay(const ParsedFields& parsed, double& dayNumber) co
         return !std::isnan(dayNumber);
     }
     if (calendar_ == Calendar::IsoWeek) {
-        const int year = parsed.year != UNSET ? parsed.year : TimeUtilities::isoWeekYear(now);
+        const int year = parsed.year != UNSET ? parsed.year : TimeUtilities::isoWeekYear(today());
         const int week = parsed.week != UNSET ? parsed.week : 1;
         const int weekday = parsed.weekday != UNSET ? parsed.weekday : 1;
         const double fourthOfJanuary = TimeUtilities::mdy(1, 4, year);
@@ -366,10 +361,11 @@ bool DateFormatter::resolveDay(const ParsedFields& parsed, double& dayNumber) co
                              parsed.week != UNSET;
     if (!hasYearPart && parsed.weekday != UNSET) {
         // A weekday alone names that day of the current week.
+        const double now = today();
         dayNumber = now - (TimeUtilities::dow(now) - 1) + parsed.weekday;
         return true;
     }
-    const int year = parsed.year != UNSET ? parsed.year : TimeUtilities::year(now);
+    const int year = parsed.year != UNSET ? parsed.year : TimeUtilities::year(today());
     const double firstOfYear = TimeUtilities::mdy(1, 1, year);
     if (std::isnan(firstOfYear)) {
         return false;

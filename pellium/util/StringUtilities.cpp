@@ -141,6 +141,22 @@ bool isDecimalBeyondOne(std::string_view text) noexcept {
 
 // --- Bidirectional controls ----------------------------------------------------------------------
 
+// Advances `position` over a run of ASCII bytes, eight at a time where possible.
+void skipAscii(std::string_view text, std::size_t& position) noexcept {
+    constexpr std::uint64_t HIGH_BITS = 0x8080808080808080ULL;
+    while (position + 8 <= text.size()) {
+        std::uint64_t block;
+        std::memcpy(&block, text.data() + position, sizeof block);
+        if ((block & HIGH_BITS) != 0) {
+            break;
+        }
+        position += 8;
+    }
+    while (position < text.size() && static_cast<unsigned char>(text[position]) < 0x80) {
+        ++position;
+    }
+}
+
 // The encoded length of the bidirectional control at `position`, or 0. Lead bytes E2 and D8 never
 // occur inside another sequence, so matching exact bytes is safe even on malformed text.
 std::size_t bidiControlLengthAt(std::string_view text, std::size_t position, bool includeMarks) noexcept {
@@ -169,7 +185,11 @@ std::string removeBidiControlCharacters(std::string_view text, bool includeMarks
     std::string result;
     result.reserve(text.size());
     std::size_t runStart = 0;
-    for (std::size_t position = 0; position < text.size();) {
+    for (std::size_t position = 0;;) {
+        skipAscii(text, position);  // every control starts with a byte above 0x7F
+        if (position >= text.size()) {
+            break;
+        }
         const std::size_t length = bidiControlLengthAt(text, position, includeMarks);
         if (length == 0) {
             ++position;
@@ -181,24 +201,6 @@ std::string removeBidiControlCharacters(std::string_view text, bool includeMarks
     }
     result.append(text.substr(runStart));
     return result;
-}
-
-// --- UTF-8 ---------------------------------------------------------------------------------------
-
-// Advances `position` over a run of ASCII bytes, eight at a time where possible.
-void skipAscii(std::string_view text, std::size_t& position) noexcept {
-    constexpr std::uint64_t HIGH_BITS = 0x8080808080808080ULL;
-    while (position + 8 <= text.size()) {
-        std::uint64_t block;
-        std::memcpy(&block, text.data() + position, sizeof block);
-        if ((block & HIGH_BITS) != 0) {
-            break;
-        }
-        position += 8;
-    }
-    while (position < text.size() && static_cast<unsigned char>(text[position]) < 0x80) {
-        ++position;
-    }
 }
 
 }  // namespace
