@@ -729,10 +729,87 @@ void addDistinctNumbers(Aggregator& aggregator, const DistinctNumbers& distinct,
     }
 }
 
+// Counts a leaf's text row in its summary.
+template <typename Weights>
+void countTextRow(LeafSummary& leaf, std::int32_t row, Weights weights) {
+    if (leaf.firstRow < 0) {
+        leaf.firstRow = row;
+    }
+    leaf.values.count += weights.count(row);
+    leaf.values.missingCount += weights.missing(row);
+}
+
+// The texts of a column that holds indices into its resolved table, read by index. Each index, the
+// token codes included, names one slot: its text when the row counts (a non-empty text; sparse
+// cells never count), null otherwise. A bit per (crossing, slot) marks the texts a crossing has
+// seen, so that no row copies or hashes its text. False, having done nothing, for a column with
+// explicit texts, or when that bitmap would outgrow the rows.
+template <typename Weights>
+bool summarizeIndexedStrings(const Column& column, bool countDistinct, const RowSource& rows,
+                             const std::vector<std::uint32_t>& crossingOfPosition, Weights weights,
+                             MeasureSummaries& summaries) {
+    const auto& indices = column.getStringIndices();
+    const auto& table = column.getResolvedStringTable();
+    if (column.hasExplicitStrings() || !indices || !table ||
+        indices->size() < static_cast<std::size_t>(column.getNumberOfRows())) {
+        return false;
+    }
+    constexpr std::int32_t LOWEST_TOKEN = DataTokens::TOKEN_MATCHES_ALL;
+    const std::size_t textCount = table->size();
+    const std::size_t slotCount = textCount - LOWEST_TOKEN;  // the table's texts, then the codes -1, -2...
+    const std::uint64_t seenBits = countDistinct ? std::uint64_t{slotCount} * summaries.leaves.size() : 0;
+    // No more words than rows: clearing the bitmap costs no more than the pass over the rows.
+    if (seenBits > std::max<std::uint64_t>(64 * std::uint64_t{rows.size()}, 1 << 16)) {
+        return false;
+    }
+    std::vector<const SharedString*> textOfSlot(slotCount, nullptr);
+    const auto countedText = [](const SharedString& text) { return text && !text->empty() ? &text : nullptr; };
+    for (std::size_t index = 0; index < textCount; ++index) {
+        textOfSlot[index] = countedText((*table)[index]);
+    }
+    for (std::int32_t code = -1; code >= LOWEST_TOKEN; --code) {
+        if (code != DataTokens::TOKEN_SPARSE) {
+            textOfSlot[textCount + static_cast<std::size_t>(-code - 1)] = countedText(DataTokens::getStringConstant(code));
+        }
+    }
+    const auto slotOf = [textCount](std::int32_t index) {
+        if (index >= 0) {
+            return static_cast<std::size_t>(index) < textCount ? static_cast<std::size_t>(index) : SIZE_MAX;
+        }
+        return index >= LOWEST_TOKEN ? textCount + static_cast<std::size_t>(-index - 1) : SIZE_MAX;
+    };
+    std::vector<std::uint64_t> seen(static_cast<std::size_t>((seenBits + 63) / 64), 0);
+    if (countDistinct) {
+        summaries.distinctStrings.resize(summaries.leaves.size());
+    }
+    const std::int32_t* indexOfRow = indices->data();
+    for (std::size_t position = 0; position < rows.size(); ++position) {
+        const std::int32_t row = rows[position];
+        const std::size_t slot = slotOf(indexOfRow[row]);
+        if (slot == SIZE_MAX || !textOfSlot[slot]) {
+            continue;
+        }
+        const std::uint32_t leafNumber = crossingOfPosition[position];
+        countTextRow(summaries.leaves[leafNumber], row, weights);
+        if (countDistinct) {
+            const std::size_t bit = leafNumber * slotCount + slot;
+            const std::uint64_t mask = std::uint64_t{1} << (bit % 64);
+            if ((seen[bit / 64] & mask) == 0) {
+                seen[bit / 64] |= mask;
+                summaries.distinctStrings[leafNumber].push_back(*textOfSlot[slot]);
+            }
+        }
+    }
+    return true;
+}
+
 template <typename Weights>
 void summarizeStringMeasure(const Column& column, bool countDistinct, const RowSource& rows,
                             const std::vector<std::uint32_t>& crossingOfPosition, Weights weights,
                             MeasureSummaries& summaries) {
+    if (summarizeIndexedStrings(column, countDistinct, rows, crossingOfPosition, weights, summaries)) {
+        return;
+    }
     std::vector<std::unordered_set<const std::string*>> seen(countDistinct ? summaries.leaves.size() : 0);
     if (countDistinct) {
         summaries.distinctStrings.resize(summaries.leaves.size());
@@ -744,12 +821,7 @@ void summarizeStringMeasure(const Column& column, bool countDistinct, const RowS
             continue;
         }
         const std::uint32_t leafNumber = crossingOfPosition[position];
-        LeafSummary& leaf = summaries.leaves[leafNumber];
-        if (leaf.firstRow < 0) {
-            leaf.firstRow = row;
-        }
-        leaf.values.count += weights.count(row);
-        leaf.values.missingCount += weights.missing(row);
+        countTextRow(summaries.leaves[leafNumber], row, weights);
         if (countDistinct && seen[leafNumber].insert(text.get()).second) {
             summaries.distinctStrings[leafNumber].push_back(text);
         }
