@@ -58,7 +58,7 @@ struct CalendarDate {
 // in 4000 years); between the years 1581 and 20001 the estimate is never off by more than one
 // year, so a single comparison corrects it. Months have 28 to 31 days, so the day of the year
 // divided by 32 is the month's index or the one before it, and again one comparison corrects it.
-CalendarDate calendarDateOf(std::int64_t dayIndex) {
+CalendarDate calendarDateOfAnyDay(std::int64_t dayIndex) {
     const std::int64_t days = dayIndex + DAYS_BEFORE_1960;
     std::int64_t year = 1 + days * 4000 / DAYS_IN_4000_YEARS;
     if (daysBeforeYear(year) > days) {
@@ -74,6 +74,36 @@ CalendarDate calendarDateOf(std::int64_t dayIndex) {
     }
     return {static_cast<int>(year), monthIndex + 1, dayInYear - before[static_cast<std::size_t>(monthIndex)] + 1,
             dayInYear + 1};
+}
+
+// 1 March 4000, the first day on which the 4000-year rule (4000 is no leap year) sets the calendar
+// apart from the plain Gregorian one.
+constexpr std::int64_t FIRST_DAY_OF_THE_4000_YEAR_RULE = daysBeforeYear(4000) + 31 + 28 - DAYS_BEFORE_1960;
+constexpr std::int64_t DAYS_FROM_1_MARCH_OF_YEAR_0_TO_1960 = DAYS_BEFORE_1960 + 306;
+
+// The date of a day index by plain Gregorian arithmetic on years that start on 1 March, so that
+// the leap day ends the year: 400-year cycles, then years, then months of 153 days per 5 months
+// (a formula popularized by Howard Hinnant's date algorithms). No division by a variable, no
+// table and no branch but the last; right up to the day before the 4000-year rule first applies.
+CalendarDate gregorianDateOf(std::int64_t dayIndex) {
+    const std::int64_t days = dayIndex + DAYS_FROM_1_MARCH_OF_YEAR_0_TO_1960;  // >= 0 from 1582 on
+    const std::int64_t cycle = days / 146097;
+    const auto dayOfCycle = static_cast<std::uint32_t>(days - cycle * 146097);
+    const std::uint32_t yearOfCycle =
+        (dayOfCycle - dayOfCycle / 1460 + dayOfCycle / 36524 - dayOfCycle / 146096) / 365;
+    const std::uint32_t dayOfMarchYear = dayOfCycle - (365 * yearOfCycle + yearOfCycle / 4 - yearOfCycle / 100);
+    const std::uint32_t monthFromMarch = (5 * dayOfMarchYear + 2) / 153;
+    const auto day = static_cast<int>(dayOfMarchYear - (153 * monthFromMarch + 2) / 5 + 1);
+    const bool beforeMarch = monthFromMarch >= 10;
+    const auto year = static_cast<int>(cycle * 400 + yearOfCycle + (beforeMarch ? 1 : 0));
+    const int month = static_cast<int>(beforeMarch ? monthFromMarch - 9 : monthFromMarch + 3);
+    const int dayOfYear = beforeMarch ? static_cast<int>(dayOfMarchYear) - 305
+                                      : static_cast<int>(dayOfMarchYear) + 60 + (TimeUtilities::isLeapYear(year) ? 1 : 0);
+    return {year, month, day, dayOfYear};
+}
+
+CalendarDate calendarDateOf(std::int64_t dayIndex) {
+    return dayIndex < FIRST_DAY_OF_THE_4000_YEAR_RULE ? gregorianDateOf(dayIndex) : calendarDateOfAnyDay(dayIndex);
 }
 
 // 1 = Monday to 7 = Sunday; day 0 is a Friday.
