@@ -100,6 +100,22 @@ void BM_PelliumFormatTo(benchmark::State& state) {
 }
 BENCHMARK(BM_PelliumFormatTo)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
+// The calendar fields alone (year, month and day of each date), what every date format starts from.
+void BM_CalendarFields(benchmark::State& state) {
+    const auto& data = values(false);
+    for (auto _ : state) {
+        for (const double value : data) {
+            int year = 0;
+            int month = 0;
+            int day = 0;
+            benchmark::DoNotOptimize(pellium::TimeUtilities::getDate(value, year, month, day));
+            benchmark::DoNotOptimize(year + month + day);
+        }
+    }
+    finish(state);
+}
+BENCHMARK(BM_CalendarFields)->Unit(benchmark::kMillisecond);
+
 void BM_Strftime(benchmark::State& state) {
     const Case& item = cases[state.range(0)];
     const auto& data = values(item.dateTime);
