@@ -6,8 +6,8 @@
 #include <fstream>
 #include <istream>
 #include <memory>
-#include <stdexcept>
 #include <sstream>
+#include <stdexcept>
 #include <streambuf>
 #include <string>
 #include <string_view>

@@ -247,8 +247,9 @@ void DateFormatter::compile(std::string_view pattern) {
     }
     // Numeric fields written next to each other ("yyyyDDD") take exactly their digits.
     for (std::size_t index = 0; index < items_.size(); ++index) {
-        items_[index].inNumericRun = items_[index].numeric && ((index + 1 < items_.size() && items_[index + 1].numeric) ||
-                                                               (index > 0 && items_[index - 1].numeric));
+        items_[index].inNumericRun =
+            items_[index].numeric &&
+            ((index + 1 < items_.size() && items_[index + 1].numeric) || (index > 0 && items_[index - 1].numeric));
     }
 }
 
@@ -389,7 +390,8 @@ void DateFormatter::storeNames(const std::array<std::vector<std::string>, NAME_S
     texts_.append(TEXT_PADDING, '\0');
     for (std::size_t series = 0; series < names.size(); ++series) {
         for (std::size_t index = 0; index < names[series].size(); ++index) {
-            names_[series].push_back(std::string_view(texts_).substr(starts[series][index], names[series][index].size()));
+            names_[series].push_back(
+                std::string_view(texts_).substr(starts[series][index], names[series][index].size()));
         }
     }
 }
@@ -768,7 +770,8 @@ char* DateFormatter::render(double value, ValueKind kind, const Fields& fields, 
     }
     for (const auto& item : items_) {
         if (item.letter == 0) {
-            writePaddedText<TEXT_PADDING>(position, std::string_view(texts_.data() + item.literalStart, item.literalLength));
+            writePaddedText<TEXT_PADDING>(position,
+                                          std::string_view(texts_.data() + item.literalStart, item.literalLength));
         } else if (item.letter == 'z') {
             writeText(position, zoneName(value, kind));
         } else {

@@ -92,7 +92,7 @@ private:
         int count = 0;
         std::uint32_t literalStart = 0;
         std::uint32_t literalLength = 0;
-        int series = -1;  // the names a text field writes; -1 for numbers and literals
+        int series = -1;            // the names a text field writes; -1 for numbers and literals
         bool numeric = false;       // written and read as digits
         bool inNumericRun = false;  // numeric, next to another numeric field: read by its exact digits
     };
@@ -149,8 +149,7 @@ private:
     static bool isNumericField(char letter, int count);
 
     bool parseItems(std::string_view text, ParsedFields& parsed) const;
-    bool parseField(const Item& item, std::string_view text, std::size_t& position,
-                    ParsedFields& parsed) const;
+    bool parseField(const Item& item, std::string_view text, std::size_t& position, ParsedFields& parsed) const;
     bool matchName(char letter, std::string_view text, std::size_t& position, int& index) const;
     bool resolve(const ParsedFields& parsed, ValueKind kind, double& value) const;
     bool resolveDay(const ParsedFields& parsed, double& dayNumber) const;

@@ -89,16 +89,16 @@ CalendarDate gregorianDateOf(std::int64_t dayIndex) {
     const std::int64_t days = dayIndex + DAYS_FROM_1_MARCH_OF_YEAR_0_TO_1960;  // >= 0 from 1582 on
     const std::int64_t cycle = days / 146097;
     const auto dayOfCycle = static_cast<std::uint32_t>(days - cycle * 146097);
-    const std::uint32_t yearOfCycle =
-        (dayOfCycle - dayOfCycle / 1460 + dayOfCycle / 36524 - dayOfCycle / 146096) / 365;
+    const std::uint32_t yearOfCycle = (dayOfCycle - dayOfCycle / 1460 + dayOfCycle / 36524 - dayOfCycle / 146096) / 365;
     const std::uint32_t dayOfMarchYear = dayOfCycle - (365 * yearOfCycle + yearOfCycle / 4 - yearOfCycle / 100);
     const std::uint32_t monthFromMarch = (5 * dayOfMarchYear + 2) / 153;
     const auto day = static_cast<int>(dayOfMarchYear - (153 * monthFromMarch + 2) / 5 + 1);
     const bool beforeMarch = monthFromMarch >= 10;
     const auto year = static_cast<int>(cycle * 400 + yearOfCycle + (beforeMarch ? 1 : 0));
     const int month = static_cast<int>(beforeMarch ? monthFromMarch - 9 : monthFromMarch + 3);
-    const int dayOfYear = beforeMarch ? static_cast<int>(dayOfMarchYear) - 305
-                                      : static_cast<int>(dayOfMarchYear) + 60 + (TimeUtilities::isLeapYear(year) ? 1 : 0);
+    const int dayOfYear = beforeMarch
+                              ? static_cast<int>(dayOfMarchYear) - 305
+                              : static_cast<int>(dayOfMarchYear) + 60 + (TimeUtilities::isLeapYear(year) ? 1 : 0);
     return {year, month, day, dayOfYear};
 }
 

@@ -769,7 +769,8 @@ bool summarizeIndexedStrings(const Column& column, bool countDistinct, const Row
     }
     for (std::int32_t code = -1; code >= LOWEST_TOKEN; --code) {
         if (code != DataTokens::TOKEN_SPARSE) {
-            textOfSlot[textCount + static_cast<std::size_t>(-code - 1)] = countedText(DataTokens::getStringConstant(code));
+            textOfSlot[textCount + static_cast<std::size_t>(-code - 1)] =
+                countedText(DataTokens::getStringConstant(code));
         }
     }
     const auto slotOf = [textCount](std::int32_t index) {
