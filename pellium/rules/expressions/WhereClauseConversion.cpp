@@ -269,8 +269,7 @@ private:
         if (!target || !isValue(left)) {
             return nullptr;
         }
-        const bool comparesTexts = target->cells == Cells::UNKNOWN ? isText(*left) : target->cells == Cells::TEXTS;
-        return select(*target, Op::getMirrored(op), *left, comparesTexts, negated);
+        return select(*target, Op::getMirrored(op), *left, itemComparesTexts(*target, isText(*left)), negated);
     }
 
     Clause convertRange(Operands operands, bool includesBoundaries, bool matchesOutside, bool negated) {
@@ -292,8 +291,7 @@ private:
             return nullptr;
         }
         // The item decides whether the three compare as texts.
-        const bool comparesTexts =
-            target->cells == Cells::UNKNOWN ? isText(*low) && isText(*high) : target->cells == Cells::TEXTS;
+        const bool comparesTexts = itemComparesTexts(*target, isText(*low) && isText(*high));
         const Op::type lowOp =
             matchesOutside ? (includesBoundaries ? Op::LE : Op::LT) : (includesBoundaries ? Op::GE : Op::GT);
         const Op::type highOp =
@@ -327,7 +325,7 @@ private:
         if (!target) {
             return nullptr;
         }
-        Cells cells = target->cells;
+        Cells cells = target->isAbsent ? Cells::NUMBERS : target->cells;
         if (cells == Cells::UNKNOWN && !members.empty()) {
             const auto isTextMember = [this](const Expression* member) { return isText(*member); };
             const bool allTexts = std::all_of(members.begin(), members.end(), isTextMember);
@@ -396,6 +394,16 @@ private:
         }
         // Missing(x) is x = missing, NotMissing(x) is x ≠ missing, for texts and numbers alike.
         return selectCells(*target, Selection::ofMissingConstant(isInverted ? Op::NE : Op::EQ), target->cells, negated);
+    }
+
+    // Whether a comparison that the item's own type decides compares texts. An item of unknown type
+    // follows the constants it meets; one the data set lacks evaluates as a missing number, so it
+    // compares numbers, as evaluation does.
+    static bool itemComparesTexts(const Target& target, bool constantsAreTexts) {
+        if (target.isAbsent) {
+            return false;
+        }
+        return target.cells == Cells::UNKNOWN ? constantsAreTexts : target.cells == Cells::TEXTS;
     }
 
     // The clause of `cell op value` on the target's column.

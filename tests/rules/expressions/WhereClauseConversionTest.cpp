@@ -362,11 +362,15 @@ TEST(WhereClauseConversionTest, TakesColumnTypesAndLabelsFromLevelsWithoutADataS
     EXPECT_EQ(*clause->getDescription(true, true), "(Region EQ East, label=The Region, format=BEST12.)");
 }
 
+// Such an item has no type, so where its own type decides (on the right of a comparison, tested by
+// Between or In) it compares as a missing number even with texts: '.<' as a number is missing too.
 TEST(WhereClauseConversionTest, AColumnTheDataSetLacksIsMissingInEveryRow) {
     auto dataSet = makeDataSet(3, 8);
     for (const auto& [text, selectsAll] :
          {std::pair{"Missing(Absent)", true}, std::pair{"Absent = 5", false}, std::pair{"Absent < 5", true},
-          std::pair{"Region = 5", false}, std::pair{"NOT Region = 5", true}}) {
+          std::pair{"Region = 5", false}, std::pair{"NOT Region = 5", true}, std::pair{"Absent = 'x'", false},
+          std::pair{"'.<' = Absent", true}, std::pair{"5 = Absent", false},
+          std::pair{"BetweenInclusive(Absent, 'x', 'y')", true}, std::pair{"In(Absent, ['x'])", true}}) {
         const auto filter = ExpressionUtil::createExpression(text);
         const auto clause = filter->asWhereExpression(dataSet, nullptr, nullptr);
         EXPECT_EQ(describe(clause), selectsAll ? "TRUE" : "FALSE") << text;
