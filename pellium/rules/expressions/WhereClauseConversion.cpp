@@ -158,6 +158,10 @@ public:
         switch (node.getWrapperTypeId()) {
             case WrapperTypeIds::BINARY_RELATIONAL_EXPRESSION: {
                 const auto& relational = static_cast<const BinaryRelationalExpression&>(node);
+                // Evaluation answers false for a comparison whose operand types do not agree.
+                if (!relational.hasValidTypeAgreement()) {
+                    return constant(negated);
+                }
                 if (relational.trimsTexts()) {
                     return nullptr;
                 }
@@ -251,7 +255,8 @@ private:
     }
 
     Clause convertComparison(Op::type op, const Expression* left, const Expression* right, bool negated) {
-        if (!left || !right) {
+        // No operand, or no operator ("?"), compares false.
+        if (!left || !right || op == Op::NONE || !Op::isValid(op)) {
             return constant(negated);
         }
         if (isValue(left) && isValue(right)) {

@@ -330,6 +330,19 @@ TEST(WhereClauseConversionTest, WritesEachTestAsItsComparisonAndTheSpecialCellsI
     }
 }
 
+// "?" is the symbol of no operator: such a comparison is false in every row, and its negation true.
+TEST(WhereClauseConversionTest, AComparisonWithoutAnOperatorIsFalse) {
+    const auto dataSet = makeDataSet(5, 8);
+    for (const auto& [text, selectsAll] : {std::pair{"Sales ? 0.1", false}, std::pair{".1 ? Sales", false},
+                                           std::pair{"NOT (Sales ? 0.1)", true}}) {
+        const auto filter = ExpressionUtil::createExpression(text);
+        ASSERT_NE(filter, nullptr) << text;
+        const auto clause = filter->asWhereExpression(dataSet, nullptr, nullptr);
+        EXPECT_EQ(describe(clause), selectsAll ? "TRUE" : "FALSE") << text;
+        expectSameRows(dataSet, *filter, clause);
+    }
+}
+
 TEST(WhereClauseConversionTest, AnswersNullForFiltersNoWhereClauseExpresses) {
     for (const std::string_view text :
          {"Sales > Cost", "Sales - Cost > 0", "BeginsWith(Region, 'E')", "Equal(Region, 'East', LeadingAndTrailing)",
