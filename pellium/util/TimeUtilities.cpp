@@ -83,8 +83,8 @@ constexpr std::int64_t DAYS_FROM_1_MARCH_OF_YEAR_0_TO_1960 = DAYS_BEFORE_1960 + 
 
 // The date of a day index by plain Gregorian arithmetic on years that start on 1 March, so that
 // the leap day ends the year: 400-year cycles, then years, then months of 153 days per 5 months
-// (a formula popularized by Howard Hinnant's date algorithms). No division by a variable, no
-// table and no branch but the last; right up to the day before the 4000-year rule first applies.
+// (a formula popularized by Howard Hinnant's date algorithms). Divisions by constants only and no
+// estimate to correct; right up to the day before the 4000-year rule first applies.
 CalendarDate gregorianDateOf(std::int64_t dayIndex) {
     const std::int64_t days = dayIndex + DAYS_FROM_1_MARCH_OF_YEAR_0_TO_1960;  // >= 0 from 1582 on
     const std::int64_t cycle = days / 146097;
