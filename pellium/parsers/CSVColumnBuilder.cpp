@@ -97,9 +97,9 @@ CSVColumnBuilder::Outcome CSVColumnBuilder::appendNumber(const CSVField& field, 
 }
 
 CSVColumnBuilder::Outcome CSVColumnBuilder::appendParsedNumber(std::string_view text) {
-    std::string unescaped;
-    CSVRecordScanner::appendUnescaped(text, unescaped);
-    const double number = parser_ ? parser_->parse(unescaped) : DataTokens::MISSING_NUMERIC;
+    unescaped_.clear();
+    CSVRecordScanner::appendUnescaped(text, unescaped_);
+    const double number = parser_ ? parser_->parse(unescaped_) : DataTokens::MISSING_NUMERIC;
     if (std::isnan(number)) {
         return Outcome::NOT_A_NUMBER;
     }

@@ -60,11 +60,14 @@ std::uint64_t valueOfEightDigits(std::uint64_t word) {
 constexpr std::array<double, 23> powersOfTen{1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                                              1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
+enum class ShortDecimal { READ, NOT_A_NUMBER, TOO_LONG_OR_EXPONENT };
+
 // Clinger's fast path for the numbers CSV files mostly hold: digits with an optional point and no
 // exponent, whose digits form an integer m of at most 2^53 with at most 22 decimals. Both m and
 // the power of ten are exact doubles, so the one division, which IEEE arithmetic rounds correctly,
-// gives the correctly rounded value. Answers false for anything else, which std::from_chars reads.
-bool readShortDecimal(std::string_view text, double& value) {
+// gives the correctly rounded value. Texts that stop at a character no number holds ("2015-06-09")
+// are refused here; the other numbers are left to std::from_chars.
+ShortDecimal readShortDecimal(std::string_view text, double& value) {
     const char* position = text.data();
     const char* const end = position + text.size();
     const bool isNegative = position < end && *position == '-';
@@ -72,25 +75,28 @@ bool readShortDecimal(std::string_view text, double& value) {
     std::uint64_t mantissa = 0;
     int digits = 0;
     if (!accumulateDigits(position, end, mantissa, digits)) {
-        return false;
+        return ShortDecimal::TOO_LONG_OR_EXPONENT;
     }
     const int integerDigits = digits;
     if (position < end && *position == '.') {
         ++position;
         if (!accumulateDigits(position, end, mantissa, digits)) {
-            return false;
+            return ShortDecimal::TOO_LONG_OR_EXPONENT;
         }
+    }
+    if (position != end && *position != 'e' && *position != 'E') {
+        return ShortDecimal::NOT_A_NUMBER;
     }
     const int decimals = digits - integerDigits;
     if (position != end || digits == 0 || mantissa > (std::uint64_t{1} << 53) ||
         decimals >= static_cast<int>(powersOfTen.size())) {
-        return false;
+        return ShortDecimal::TOO_LONG_OR_EXPONENT;
     }
     const double magnitude = decimals == 0
                                  ? static_cast<double>(mantissa)
                                  : static_cast<double>(mantissa) / powersOfTen[static_cast<std::size_t>(decimals)];
     value = isNegative ? -magnitude : magnitude;
-    return true;
+    return ShortDecimal::READ;
 }
 
 }  // namespace
@@ -110,8 +116,13 @@ bool CSVNumberReader::read(std::string_view text, double& value) {
     if (text.size() <= signLength || !(isDigit(text[signLength]) || text[signLength] == '.')) {
         return false;
     }
-    if (readShortDecimal(text, value)) {
-        return true;
+    switch (readShortDecimal(text, value)) {
+        case ShortDecimal::READ:
+            return true;
+        case ShortDecimal::NOT_A_NUMBER:
+            return false;
+        case ShortDecimal::TOO_LONG_OR_EXPONENT:
+            break;
     }
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);

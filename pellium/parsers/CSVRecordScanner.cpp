@@ -141,12 +141,11 @@ Scan CSVRecordScanner::scan(std::string_view bytes, bool isFinal, std::vector<CS
 }
 
 void CSVRecordScanner::appendUnescaped(std::string_view quotedText, std::string& text) {
-    for (std::size_t position = 0; position < quotedText.size(); ++position) {
-        text.push_back(quotedText[position]);
-        if (quotedText[position] == '"') {
-            ++position;  // the second quote of the pair
-        }
+    for (std::size_t quote = quotedText.find('"'); quote != std::string_view::npos; quote = quotedText.find('"')) {
+        text.append(quotedText.substr(0, quote + 1));
+        quotedText.remove_prefix(std::min(quote + 2, quotedText.size()));  // past the second quote of the pair
     }
+    text.append(quotedText);
 }
 
 }  // namespace pellium
