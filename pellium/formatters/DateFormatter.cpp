@@ -170,6 +170,7 @@ struct DateFormatter::Fields {
 DateFormatter::DateFormatter(std::string_view pattern, const LocalizationContext& context, Calendar calendar)
     : pattern_(pattern), calendar_(calendar), zoneId_(context.getTimeZoneId()) {
     compile(pattern);
+    compileFixedLayout();
     // ISO week dates number their days by the weekday.
     needsWeekday_ = needsWeekday_ || calendar == Calendar::IsoWeek;
     loadNames(context);

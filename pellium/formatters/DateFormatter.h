@@ -148,9 +148,18 @@ private:
     // Whether a field of `letter` and `count` is written and read as digits.
     static bool isNumericField(char letter, int count);
 
+    // Texts that write each field of an all-numeric pattern by its exact digits, with one ASCII
+    // separator where the pattern has one ("2015-06-09" for "yyyy/MM/dd"), are read without the
+    // general matching, into the same fields parseItems would find.
+    void compileFixedLayout();
+    bool fitsFixedLayout(std::string_view text) const;
+    bool readFixedLayout(std::string_view text, ParsedFields& parsed) const;
     bool parseItems(std::string_view text, ParsedFields& parsed) const;
     bool parseField(const Item& item, std::string_view text, std::size_t& position, ParsedFields& parsed) const;
     bool matchName(char letter, std::string_view text, std::size_t& position, int& index) const;
+    // Stores the number a numeric field of `letter` read in `digits` digits; false for a letter
+    // that reads no number.
+    bool storeNumber(char letter, std::int64_t number, int digits, ParsedFields& parsed) const;
     bool resolve(const ParsedFields& parsed, ValueKind kind, double& value) const;
     bool resolveDay(const ParsedFields& parsed, double& dayNumber) const;
     bool resolveSeconds(const ParsedFields& parsed, ValueKind kind, double& seconds) const;
@@ -158,6 +167,15 @@ private:
     std::string pattern_;
     Calendar calendar_;
     std::vector<Item> items_;
+    // The fixed layout: per byte 'd' for a digit or 's' for a separator, empty when the pattern
+    // has names, other literals or wide fields; and where each field's digits are.
+    struct FixedField {
+        char letter;
+        std::uint8_t offset;
+        std::uint8_t width;
+    };
+    std::string fixedLayout_;
+    std::vector<FixedField> fixedFields_;
     std::string texts_;  // the literals, then the names, then TEXT_PADDING bytes
     std::array<std::vector<std::string_view>, NAME_SERIES_COUNT> names_;
     std::shared_ptr<const TimeZone> zone_;

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "pellium/formatters/DateFormatter.h"
@@ -25,11 +26,9 @@ constexpr bool isZoneCharacter(char character) {
            character == '+' || character == '-' || character == '/' || character == '_';
 }
 
-// The byte length of a separator at `position` (blank, punctuation users type between fields,
-// no-break and thin spaces, bidirectional marks), or 0.
-std::size_t separatorLength(std::string_view text, std::size_t position) {
-    const auto byte = static_cast<unsigned char>(text[position]);
-    switch (byte) {
+// Blanks and the punctuation users type between fields.
+constexpr bool isAsciiSeparator(char character) {
+    switch (character) {
         case ' ':
         case '\t':
         case '/':
@@ -38,9 +37,17 @@ std::size_t separatorLength(std::string_view text, std::size_t position) {
         case ',':
         case ':':
         case '\'':
-            return 1;
+            return true;
         default:
-            break;
+            return false;
+    }
+}
+
+// The byte length of a separator at `position` (an ASCII one, no-break and thin spaces,
+// bidirectional marks), or 0.
+std::size_t separatorLength(std::string_view text, std::size_t position) {
+    if (isAsciiSeparator(text[position])) {
+        return 1;
     }
     const std::string_view rest = text.substr(position);
     if (rest.starts_with("\xC2\xA0") || rest.starts_with("\xD8\x9C")) {  // no-break space, Arabic letter mark
@@ -231,6 +238,10 @@ bool DateFormatter::parseField(const Item& item, std::string_view text, std::siz
     if (digits == 0 || (item.inNumericRun && digits != fixedDigits)) {
         return false;
     }
+    return storeNumber(letter, number, digits, parsed);
+}
+
+bool DateFormatter::storeNumber(char letter, std::int64_t number, int digits, ParsedFields& parsed) const {
     const int small = static_cast<int>(std::min<std::int64_t>(number, std::numeric_limits<int>::max()));
     switch (letter) {
         case 'y':
@@ -283,6 +294,55 @@ bool DateFormatter::parseField(const Item& item, std::string_view text, std::siz
             break;
         default:
             return false;
+    }
+    return true;
+}
+
+void DateFormatter::compileFixedLayout() {
+    std::string layout;
+    std::vector<FixedField> fields;
+    for (const Item& item : items_) {
+        const std::string_view literal = std::string_view(texts_).substr(item.literalStart, item.literalLength);
+        if (item.letter == 0 && std::ranges::all_of(literal, isAsciiSeparator)) {
+            layout.append(literal.size(), 's');
+            continue;
+        }
+        // Wider fields would read differently outside a run of numeric fields (see parseField).
+        const int width = std::max(item.count, item.letter == 'y' ? 2 : 1);
+        if (item.letter == 0 || !item.numeric || width > MAXIMUM_DIGITS) {
+            return;
+        }
+        fields.push_back(FixedField{item.letter, static_cast<std::uint8_t>(layout.size()), static_cast<std::uint8_t>(width)});
+        layout.append(static_cast<std::size_t>(width), 'd');
+    }
+    if (!fields.empty() && layout.size() <= UINT8_MAX) {
+        fixedLayout_ = std::move(layout);
+        fixedFields_ = std::move(fields);
+    }
+}
+
+bool DateFormatter::fitsFixedLayout(std::string_view text) const {
+    if (text.size() != fixedLayout_.size() || fixedLayout_.empty()) {
+        return false;
+    }
+    for (std::size_t position = 0; position < text.size(); ++position) {
+        const char character = text[position];
+        if (fixedLayout_[position] == 'd' ? !isDigit(character) : !isAsciiSeparator(character)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool DateFormatter::readFixedLayout(std::string_view text, ParsedFields& parsed) const {
+    for (const FixedField& field : fixedFields_) {
+        std::int64_t number = 0;
+        for (const char digit : text.substr(field.offset, field.width)) {
+            number = number * 10 + (digit - '0');
+        }
+        if (!storeNumber(field.letter, number, field.width, parsed)) {
+            return false;
+        }
     }
     return true;
 }
@@ -468,7 +528,8 @@ bool DateFormatter::parse(std::string_view text, ValueKind kind, double& value) 
             parsed.negative = true;
         }
     }
-    if (items_.empty() || !parseItems(text, parsed)) {
+    const bool read = fitsFixedLayout(text) ? readFixedLayout(text, parsed) : parseItems(text, parsed);
+    if (items_.empty() || !read) {
         return false;
     }
     return resolve(parsed, kind, value);

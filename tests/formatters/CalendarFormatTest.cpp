@@ -1,3 +1,4 @@
+#include <cctype>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <memory>
@@ -344,6 +345,38 @@ TEST(CalendarFormatTest, ReadsWhatUsersTypeAndRefusesWhatIsNoDate) {
         } else {
             EXPECT_DOUBLE_EQ(parsed, value) << name << " \"" << text << "\"";
         }
+    }
+}
+
+// Texts in a pattern's exact digits take a shorter road than texts with other spacing; both must
+// find the same value, and refuse the same impossible dates.
+TEST(CalendarFormatTest, ExactDigitsReadAsLooselyTypedOnesDo) {
+    const auto context = LocalizationContext::create("en_US");
+    std::mt19937 random(7);
+    const std::string separators = " \t/-.,:'";
+    for (const std::string_view pattern :
+         {"yyyy/MM/dd", "yyyyMMdd", "dd.MM.yyyy HH:mm:ss", "yyDDD", "yy/MM/dd", "MM-dd-yy hh:mm", "HH:mm:ss.SSS"}) {
+        const auto formatter = DateFormatter::create(pattern, *context);
+        const Kind kind = formatter->hasDateFields() ? Kind::DateTime : Kind::Time;
+        int read = 0;
+        for (int attempt = 0; attempt < 3000; ++attempt) {
+            std::string text;
+            for (std::size_t position = 0; position < pattern.size(); ++position) {
+                const bool isLetter = std::isalpha(static_cast<unsigned char>(pattern[position])) != 0;
+                // Small leading digits, so that many texts name real dates.
+                const char digit = static_cast<char>('0' + random() % (attempt % 2 == 0 ? 10 : 3));
+                text.push_back(isLetter ? digit : separators[random() % separators.size()]);
+            }
+            double exact = -1;
+            double loose = -1;
+            const bool readExact = formatter->parse(text, kind, exact);
+            ASSERT_EQ(readExact, formatter->parse(text + " ", kind, loose)) << pattern << " \"" << text << "\"";
+            if (readExact) {
+                ASSERT_EQ(exact, loose) << pattern << " \"" << text << "\"";
+                ++read;
+            }
+        }
+        EXPECT_GT(read, 100) << pattern;
     }
 }
 
