@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -74,7 +75,22 @@ public:
     static void appendUnescaped(std::string_view quotedText, std::string& text);
 
 private:
+    // Finds the ends of a record's unquoted fields from bit masks of 64-byte blocks, the last
+    // block kept for the next field; the final bytes, short of a block, are searched directly.
+    class FieldEnds {
+    public:
+        FieldEnds(const CSVRecordScanner& scanner, const char* end) : scanner_(scanner), end_(end) {}
+        const char* find(const char* position);
+
+    private:
+        const CSVRecordScanner& scanner_;
+        const char* end_;
+        const char* block_ = nullptr;
+        std::uint64_t ends_ = 0;
+    };
+
     const char* findEndOfUnquotedField(const char* position, const char* end) const;
+    std::uint64_t fieldEndsOfBlock(const char* block) const;
     bool endsUnquotedField(char character) const { return endsUnquotedField_[static_cast<unsigned char>(character)]; }
 
     char delimiter_;
