@@ -16,6 +16,8 @@ namespace {
 constexpr int UNSET = std::numeric_limits<int>::min();
 // A typed number takes at most this many digits, which keeps every sum of fields exact.
 constexpr int MAXIMUM_DIGITS = 9;
+// Larger than any field resolves to, and ten times it still fits 64 bits.
+constexpr std::int64_t SATURATED_NUMBER = 100'000'000'000'000'000;
 
 constexpr bool isDigit(char character) {
     return character >= '0' && character <= '9';
@@ -231,7 +233,8 @@ bool DateFormatter::parseField(const Item& item, std::string_view text, std::siz
     std::int64_t number = 0;
     int digits = 0;
     while (position < text.size() && isDigit(text[position]) && digits < maximumDigits) {
-        number = number * 10 + (text[position] - '0');
+        // Saturated, so that a wide field (a pattern of twenty "m") cannot overflow.
+        number = std::min<std::int64_t>(number * 10 + (text[position] - '0'), SATURATED_NUMBER);
         ++position;
         ++digits;
     }

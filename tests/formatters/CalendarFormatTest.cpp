@@ -380,6 +380,18 @@ TEST(CalendarFormatTest, ExactDigitsReadAsLooselyTypedOnesDo) {
     }
 }
 
+TEST(CalendarFormatTest, FieldsWiderThanAnyNumberReadWithoutOverflow) {
+    const auto context = LocalizationContext::create("en_US");
+    const auto formatter = DateFormatter::create(std::string(29, 'm') + "ss", *context);
+    std::string text;
+    ASSERT_TRUE(formatter->format(125.0, Kind::ElapsedTime, text));
+    EXPECT_EQ(text, std::string(28, '0') + "205");
+    double parsed = 0;
+    ASSERT_TRUE(formatter->parse(text, Kind::ElapsedTime, parsed));
+    EXPECT_EQ(parsed, 125.0);
+    EXPECT_FALSE(formatter->parse(std::string(31, '9'), Kind::ElapsedTime, parsed));
+}
+
 TEST(CalendarFormatTest, RightToLeftLocalesWrapTheTextAndReadItBack) {
     const auto format = calendarFormat("DATE9.", "ar_SA");
     ASSERT_TRUE(format);
