@@ -52,7 +52,7 @@ public:
     const std::string& getPattern() const { return pattern_; }
 
     /// Appends the text of `value` to `out`. Answers false, and appends nothing, for NaN, an
-    /// infinity or a value outside the calendar (1582 to 20000).
+    /// infinity, a value outside the calendar (1582 to 20000) or a time beyond 10^15 seconds.
     bool format(double value, ValueKind kind, std::string& out) const;
 
     /// Reads `text` as this pattern writes it, into `value`. Letters match in any case, names
