@@ -31,7 +31,9 @@ namespace compare {
 namespace {
 
 constexpr const char* DATE9_PATTERN = "%d%b%Y";
-constexpr const char* DATETIME20_PATTERN = "%d%b%Y:%H:%M:%S";
+// The text libPellium's DATETIME20. writes in en_US ("Sunday, January 5, 2020 01:45:12 PM"), so
+// that every engine writes the same characters.
+constexpr const char* DATETIME20_PATTERN = "%A, %B %-d, %Y %I:%M:%S %p";
 
 double formatWithStrftime(const std::vector<std::int64_t>& unixSeconds, const char* pattern) {
     double length = 0;
@@ -67,7 +69,7 @@ void addCLibraryWorkloads(Report& report, const std::vector<std::int64_t>& dates
     ::setenv("LC_ALL", "C", 1);
     report.measure("format_date", "glibc", "gmtime_r + strftime %d%b%Y", count,
                    [&] { return formatWithStrftime(dates, DATE9_PATTERN); });
-    report.measure("format_datetime", "glibc", "gmtime_r + strftime %d%b%Y:%H:%M:%S", count,
+    report.measure("format_datetime", "glibc", "gmtime_r + strftime %A, %B %-d, %Y %I:%M:%S %p", count,
                    [&] { return formatWithStrftime(dateTimes, DATETIME20_PATTERN); });
     report.measure("tz_offsets", "glibc", "localtime_r, TZ set per zone", count, [&] {
         double sum = 0;
@@ -111,12 +113,15 @@ void addIcuWorkloads(Report& report, const std::vector<std::int64_t>& dates,
                      const std::vector<std::int64_t>& dateTimes) {
     report.measure("format_date", "ICU " U_ICU_VERSION, "SimpleDateFormat ddMMMyyyy, to UTF-8", dates.size(),
                    [&] { return formatWithIcu(dates, "ddMMMyyyy"); });
-    report.measure("format_datetime", "ICU " U_ICU_VERSION, "SimpleDateFormat ddMMMyyyy:HH:mm:ss, to UTF-8",
-                   dateTimes.size(), [&] { return formatWithIcu(dateTimes, "ddMMMyyyy:HH:mm:ss"); });
+    report.measure("format_datetime", "ICU " U_ICU_VERSION, "SimpleDateFormat EEEE, MMMM d, yyyy hh:mm:ss a, to UTF-8",
+                   dateTimes.size(), [&] { return formatWithIcu(dateTimes, "EEEE, MMMM d, yyyy hh:mm:ss a"); });
 }
 #endif
 
 #ifdef COMPARE_WITH_DATE_TZ
+// date::format has no unpadded day ("%-d"): days below 10 take one more character.
+constexpr const char* HINNANT_DATETIME20_PATTERN = "%A, %B %d, %Y %I:%M:%S %p";
+
 void addDateWorkloads(Report& report, const std::vector<std::int64_t>& dates,
                       const std::vector<std::int64_t>& dateTimes) {
     const std::uint64_t count = dates.size();
@@ -128,11 +133,11 @@ void addDateWorkloads(Report& report, const std::vector<std::int64_t>& dates,
         }
         return length;
     });
-    report.measure("format_datetime", "Hinnant date", "date::format %d%b%Y:%H:%M:%S", count, [&] {
+    report.measure("format_datetime", "Hinnant date", "date::format %A, %B %d, %Y %I:%M:%S %p", count, [&] {
         double length = 0;
         for (const std::int64_t seconds : dateTimes) {
             length += static_cast<double>(
-                date::format(DATETIME20_PATTERN, date::sys_seconds(std::chrono::seconds(seconds))).size());
+                date::format(HINNANT_DATETIME20_PATTERN, date::sys_seconds(std::chrono::seconds(seconds))).size());
         }
         return length;
     });

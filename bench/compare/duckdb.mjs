@@ -75,8 +75,8 @@ await connection.run("SET TimeZone = 'UTC'");
 const formatting = { ...common, rows: values };
 await measure({ ...formatting, workload: 'format_date', detail: "sum(length(strftime(d, '%d%b%Y')))" }, async () =>
     (await query("SELECT sum(length(strftime(d, '%d%b%Y'))) AS n FROM inputs"))[0].n);
-await measure({ ...formatting, workload: 'format_datetime', detail: "sum(length(strftime(ts, '%d%b%Y:%H:%M:%S')))" },
-    async () => (await query("SELECT sum(length(strftime(ts, '%d%b%Y:%H:%M:%S'))) AS n FROM inputs"))[0].n);
+await measure({ ...formatting, workload: 'format_datetime', detail: "sum(length(strftime(ts, '%A, %B %-d, %Y %I:%M:%S %p')))" },
+    async () => (await query("SELECT sum(length(strftime(ts, '%A, %B %-d, %Y %I:%M:%S %p'))) AS n FROM inputs"))[0].n);
 await measure({ ...formatting, workload: 'tz_offsets', detail: 'sum(epoch(timezone(zone, t)) - epoch(t)), ICU' },
     async () => (await query('SELECT sum(epoch(timezone(zone, t)) - epoch(t)) AS n FROM instants'))[0].n);
 
