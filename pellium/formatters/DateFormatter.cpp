@@ -131,10 +131,6 @@ int codePoints(std::string_view text) {
     return static_cast<int>(StringUtilities::countUtf8CodePoints(StringUtilities::removeBidiControls(text)));
 }
 
-// The fraction of a second of `value`, rounded to the power of ten of nanoseconds that the
-// double still resolves at that magnitude, so that the error of binary fractions does not show:
-// a date-time of the year 2500 ending in .522 seconds is stored as ...521999 and must show 522
-// milliseconds.
 constexpr std::int64_t SECONDS_PER_DAY = 86400;
 
 // std::floor for a magnitude below 2^63: a conversion and a comparison, where std::floor is a long
@@ -149,6 +145,10 @@ std::int64_t floorDivide(std::int64_t dividend, std::int64_t divisor) {
     return dividend % divisor < 0 ? quotient - 1 : quotient;
 }
 
+// The fraction of a second of `value`, rounded to the power of ten of nanoseconds that the
+// double still resolves at that magnitude, so that the error of binary fractions does not show:
+// a date-time of the year 2500 ending in .522 seconds is stored as ...521999 and must show 522
+// milliseconds.
 std::int64_t fractionInNanoseconds(double value, double fraction) {
     const double resolution = (std::nextafter(value, std::numeric_limits<double>::infinity()) - value) * 1e9;
     std::int64_t step = 1;
