@@ -131,7 +131,7 @@ int codePoints(std::string_view text) {
     return static_cast<int>(StringUtilities::countUtf8CodePoints(StringUtilities::removeBidiControls(text)));
 }
 
-constexpr std::int64_t SECONDS_PER_DAY = 86400;
+constexpr auto SECONDS_PER_DAY = static_cast<std::int64_t>(TimeUtilities::SECONDS_PER_DAY);
 
 // std::floor for a magnitude below 2^63: a conversion and a comparison, where std::floor is a long
 // instruction sequence on the baseline x86-64.

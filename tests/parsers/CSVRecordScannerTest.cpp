@@ -46,9 +46,9 @@ private:
     ExpectedField makeField() {
         const std::size_t length = random_() % 4 == 0 ? random_() % 151 : random_() % 12;
         const bool isQuoted = random_() % 6 == 0;
+        const std::string alphabet = isQuoted ? std::string("ab, \n\r") + delimiter_ : "xyz09.\"";
         std::string text;
         for (std::size_t index = 0; index < length; ++index) {
-            const std::string alphabet = isQuoted ? std::string("ab, \n\r") + delimiter_ : "xyz09.\"";
             text.push_back(alphabet[random_() % alphabet.size()]);
         }
         if (!isQuoted && text.starts_with('"')) {
@@ -82,7 +82,7 @@ TEST(CSVRecordScanner, FindsEveryFieldWhereverItCrossesABlock) {
             }
             // A window that ends early asks for more or, past the line break, finds the same record.
             std::vector<CSVField> windowFields;
-            for (std::size_t cut = 0; cut <= scan.consumed + 1 && cut <= rest.size(); cut += 1 + cut / 8) {
+            for (std::size_t cut = 0; cut <= scan.consumed + 1 && cut <= rest.size(); ++cut) {
                 const auto partial = scanner.scan(rest.substr(0, cut), false, windowFields);
                 if (partial.status != Status::NEED_MORE) {
                     ASSERT_EQ(partial.status, Status::RECORD) << "record " << record << " cut " << cut;
