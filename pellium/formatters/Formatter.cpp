@@ -13,6 +13,18 @@ namespace {
 constexpr std::string_view rightToLeftEmbedding = "\xE2\x80\xAB";      // U+202B
 constexpr std::string_view popDirectionalFormatting = "\xE2\x80\xAC";  // U+202C
 
+// Tested without copying the context's handle: this runs once per formatted value.
+bool isRightToLeft(const std::shared_ptr<LocalizationContext>& context) {
+    return context ? context->isFormatLocaleRTL() : ResourceManager::instance().getCurrentContext()->isFormatLocaleRTL();
+}
+
+std::string embedRightToLeft(std::string_view text) {
+    std::string embedded;
+    embedded.reserve(rightToLeftEmbedding.size() + text.size() + popDirectionalFormatting.size());
+    embedded.append(rightToLeftEmbedding).append(text).append(popDirectionalFormatting);
+    return embedded;
+}
+
 }  // namespace
 
 Formatter::Formatter(const std::shared_ptr<FormatInfo>& info)
@@ -143,19 +155,17 @@ SharedString Formatter::finalizeFormattedString(const SharedString& text) const 
 
 SharedString Formatter::finalizeFormattedString(const SharedString& text,
                                                 const std::shared_ptr<LocalizationContext>& context) {
-    if (!text || text->empty()) {
+    if (!text || text->empty() || !isRightToLeft(context)) {
         return text;
     }
-    // Tested without copying the context's handle: this runs once per formatted value.
-    const bool rightToLeft =
-        context ? context->isFormatLocaleRTL() : ResourceManager::instance().getCurrentContext()->isFormatLocaleRTL();
-    if (!rightToLeft) {
-        return text;
+    return std::make_shared<const std::string>(embedRightToLeft(*text));
+}
+
+SharedString Formatter::finishFormattedText(std::string text) const {
+    if (!text.empty() && isRightToLeft(getLocalizationContext())) {
+        text = embedRightToLeft(text);
     }
-    std::string embedded;
-    embedded.reserve(rightToLeftEmbedding.size() + text->size() + popDirectionalFormatting.size());
-    embedded.append(rightToLeftEmbedding).append(*text).append(popDirectionalFormatting);
-    return std::make_shared<const std::string>(std::move(embedded));
+    return std::make_shared<const std::string>(std::move(text));
 }
 
 SharedString Formatter::finalizeString(const SharedString& text) {

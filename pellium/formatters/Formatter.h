@@ -92,6 +92,10 @@ public:
 protected:
     explicit Formatter(const std::shared_ptr<FormatInfo>& info);
 
+    /// `text` finalized as finalizeFormattedString does, made shared once: the way for a
+    /// formatter that builds its text in a string to hand it out.
+    SharedString finishFormattedText(std::string text) const;
+
 private:
     SharedString formatName_;
     int width_;

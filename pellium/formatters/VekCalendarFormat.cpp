@@ -241,7 +241,7 @@ SharedString VekCalendarFormat::format(const double& value) const {
             text.append(static_cast<std::size_t>(std::max(getWidth(), 1)), '*');
         }
     }
-    return finalizeFormattedString(std::make_shared<const std::string>(std::move(text)));
+    return finishFormattedText(std::move(text));
 }
 
 double VekCalendarFormat::parse(const std::string& text) const {
