@@ -97,11 +97,15 @@ CSVColumnBuilder::Outcome CSVColumnBuilder::appendNumber(const CSVField& field, 
 }
 
 CSVColumnBuilder::Outcome CSVColumnBuilder::appendParsedNumber(std::string_view text) {
-    unescaped_.clear();
-    CSVRecordScanner::appendUnescaped(text, unescaped_);
-    const double number = parser_ ? parser_->parse(unescaped_) : DataTokens::MISSING_NUMERIC;
-    if (std::isnan(number)) {
-        return Outcome::NOT_A_NUMBER;
+    double number = 0;
+    if (!parsed_.find(text, number)) {
+        unescaped_.clear();
+        CSVRecordScanner::appendUnescaped(text, unescaped_);
+        number = parser_ ? parser_->parse(unescaped_) : DataTokens::MISSING_NUMERIC;
+        if (std::isnan(number)) {
+            return Outcome::NOT_A_NUMBER;
+        }
+        parsed_.remember(text, number);
     }
     numbers_.push_back(number);
     return Outcome::OK;

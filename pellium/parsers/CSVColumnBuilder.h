@@ -10,6 +10,7 @@
 
 #include "pellium/models/data/dataset/DataType.h"
 #include "pellium/models/data/dataset/StringTableBuilder.h"
+#include "pellium/parsers/CSVParsedTextCache.h"
 #include "pellium/parsers/CSVRecordScanner.h"
 
 namespace pellium {
@@ -81,6 +82,7 @@ private:
     std::string unescaped_;
     StringTableBuilder::Index stringIndex_;  // this column's texts, for look-ups that stay in cache
     std::shared_ptr<Formatter> parser_;      // reads the numbers of a given numeric column that are not plain
+    CSVParsedTextCache parsed_;              // what parser_ read, by text
 };
 
 }  // namespace pellium

@@ -8,6 +8,8 @@
 #include <unistd.h>
 #include <vector>
 
+#include "pellium/formatters/Formatter.h"
+#include "pellium/formatters/FormatterFactory.h"
 #include "pellium/models/data/dataset/Column.h"
 #include "pellium/models/data/dataset/DataSet.h"
 #include "pellium/models/data/dataset/DataTokens.h"
@@ -167,6 +169,31 @@ TEST(CSVDataSetReader, GivenTypesAndFormatsOverrideInference) {
 
     options.columnDefinitions = {{"total", DataType::NUMERIC, ""}};
     EXPECT_EQ(CSVDataSetReader::readText("a\n1\n", options).error, Error::UNKNOWN_COLUMN);
+}
+
+// The reader remembers what the texts of a formatted column read as. Tens of thousands of
+// distinct texts in random order, from 18 to 29 bytes long and many alike but for their last
+// bytes (the year), more than it can remember at once, must each give exactly what the format
+// reads.
+TEST(CSVDataSetReader, RepeatedFormattedTextsReadAsTheFormatReadsThem) {
+    const auto format = FormatterFactory::instance()->getFormatterForFormatName("WEEKDATE29.");
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> day(-22000, 51000);  // 1900 to 2099
+    std::string csv = "day\n";
+    std::vector<double> expected;
+    for (int row = 0; row < 300000; ++row) {
+        const double value = day(random);
+        csv += "\"" + *format->format(value) + "\"\n";
+        expected.push_back(value);
+    }
+    Options options;
+    options.columnDefinitions = {{"day", DataType::NUMERIC, "WEEKDATE29."}};
+    EXPECT_EQ(*read(csv, options)->getColumnAtIndex(0)->getNumbers(), expected);
+
+    // A text that differs from a remembered one only by a trailing zero byte is read, and refused.
+    constexpr char withZeroByte[] = "day\n\"Friday, July 31, 2015\"\n\"Friday, July 31, 2015\0\"\n";
+    EXPECT_EQ(CSVDataSetReader::readText(std::string_view(withZeroByte, sizeof withZeroByte - 1), options).error,
+              Error::NOT_A_NUMBER);
 }
 
 TEST(CSVDataSetReader, MalformedInputNamesTheLineAndTheField) {
