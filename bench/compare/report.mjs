@@ -88,7 +88,10 @@ for (const [workload, titleTemplate] of WORKLOADS) {
     const peersAhead = pellium ? entries.filter((entry) => !isPellium(entry) && entry.median !== null &&
         entry.median < pellium.median) : [];
     const describe = (entry) => `${entry.engine} (${entry.threads} thr.)`;
-    const pelliumCell = pellium ? formatMilliseconds(pellium.median) : status(entries.find(isPellium) ?? {}) ?? '—';
+    // Where libPellium runs a workload in more than one way, the summary says which way is its time.
+    const pelliumWays = entries.filter((entry) => isPellium(entry) && entry.median !== null).length;
+    const pelliumCell = !pellium ? status(entries.find(isPellium) ?? {}) ?? '—'
+        : formatMilliseconds(pellium.median) + (pelliumWays > 1 ? ` (${pellium.detail})` : '');
     const peerCell = !fastestPeer ? '—' : `${describe(fastestPeer)}: ${formatMilliseconds(fastestPeer.median)}` +
         (pellium ? ` (× ${decimal.format(fastestPeer.median / pellium.median)})` : '');
     const leads = !pellium ? '—' : peersAhead.length === 0 ? 'yes' : `no: ${peersAhead.map(describe).join(', ')}`;
