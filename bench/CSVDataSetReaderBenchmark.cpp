@@ -173,4 +173,31 @@ void readTextWithALateTextColumn(benchmark::State& state) {
 }
 BENCHMARK(readTextWithALateTextColumn)->Unit(benchmark::kMillisecond);
 
+// 1,000,000 ISO dates of ten years in random order, read by their date format, as report data
+// keeps its dates: what reading a date costs when texts repeat.
+void readTextWithADateColumn(benchmark::State& state) {
+    static const std::string text = [] {
+        std::mt19937_64 random(42);
+        std::string csv = "date\n";
+        char date[16];
+        for (std::size_t row = 0; row < ROW_COUNT; ++row) {
+            std::snprintf(date, sizeof(date), "%d-%02d-%02d\n", 2015 + static_cast<int>(random() % 10),
+                          1 + static_cast<int>(random() % 12), 1 + static_cast<int>(random() % 28));
+            csv += date;
+        }
+        return csv;
+    }();
+    pellium::CSVDataSetReader::Options options;
+    options.columnDefinitions.push_back({"date", pellium::DataType::NUMERIC, "YYMMDD10."});
+    for (auto _ : state) {
+        const auto result = pellium::CSVDataSetReader::readText(text, options);
+        if (!result) {
+            state.SkipWithError(result.message.c_str());
+            break;
+        }
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+}
+BENCHMARK(readTextWithADateColumn)->Unit(benchmark::kMillisecond);
+
 }  // namespace
