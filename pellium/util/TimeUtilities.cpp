@@ -43,7 +43,9 @@ bool toDayIndex(double dayNumber, std::int64_t& dayIndex) {
     if (!(dayNumber >= TimeUtilities::FIRST_DAY_NUMBER && dayNumber < TimeUtilities::LAST_DAY_NUMBER + 1.0)) {
         return false;
     }
-    dayIndex = static_cast<std::int64_t>(std::floor(dayNumber));
+    // The floor by truncation, which the range makes exact, without a call into the math library.
+    const auto truncated = static_cast<std::int64_t>(dayNumber);
+    dayIndex = truncated - (static_cast<double>(truncated) > dayNumber ? 1 : 0);
     return true;
 }
 
@@ -82,20 +84,25 @@ constexpr std::int64_t FIRST_DAY_OF_THE_4000_YEAR_RULE = daysBeforeYear(4000) + 
 constexpr std::int64_t DAYS_FROM_1_MARCH_OF_YEAR_0_TO_1960 = DAYS_BEFORE_1960 + 306;
 
 // The date of a day index by plain Gregorian arithmetic on years that start on 1 March, so that
-// the leap day ends the year: 400-year cycles, then years, then months of 153 days per 5 months
-// (a formula popularized by Howard Hinnant's date algorithms). Divisions by constants only and no
-// estimate to correct; right up to the day before the 4000-year rule first applies.
+// the leap day ends the year: centuries of 36524.25 days, years of 365.25 days in the century,
+// months of 153 days per 5 months, each step one multiplication and shift instead of a division
+// (Neri and Schneider's Euclidean affine functions). Right up to the day before the 4000-year rule
+// first applies.
 CalendarDate gregorianDateOf(std::int64_t dayIndex) {
-    const std::int64_t days = dayIndex + DAYS_FROM_1_MARCH_OF_YEAR_0_TO_1960;  // >= 0 from 1582 on
-    const std::int64_t cycle = days / 146097;
-    const auto dayOfCycle = static_cast<std::uint32_t>(days - cycle * 146097);
-    const std::uint32_t yearOfCycle = (dayOfCycle - dayOfCycle / 1460 + dayOfCycle / 36524 - dayOfCycle / 146096) / 365;
-    const std::uint32_t dayOfMarchYear = dayOfCycle - (365 * yearOfCycle + yearOfCycle / 4 - yearOfCycle / 100);
-    const std::uint32_t monthFromMarch = (5 * dayOfMarchYear + 2) / 153;
-    const auto day = static_cast<int>(dayOfMarchYear - (153 * monthFromMarch + 2) / 5 + 1);
-    const bool beforeMarch = monthFromMarch >= 10;
-    const auto year = static_cast<int>(cycle * 400 + yearOfCycle + (beforeMarch ? 1 : 0));
-    const int month = static_cast<int>(beforeMarch ? monthFromMarch - 9 : monthFromMarch + 3);
+    // >= 0 from 1582 on, and small enough that 4 * days + 3 fits 32 bits until the year 4000.
+    const auto days = static_cast<std::uint32_t>(dayIndex + DAYS_FROM_1_MARCH_OF_YEAR_0_TO_1960);
+    const std::uint32_t quarterDays = 4 * days + 3;
+    const std::uint32_t century = quarterDays / 146097;
+    const std::uint32_t dayOfCentury = quarterDays % 146097 / 4;
+    const std::uint64_t yearFraction = std::uint64_t{2939745} * (4 * dayOfCentury + 3);
+    const auto yearOfCentury = static_cast<std::uint32_t>(yearFraction >> 32);
+    const std::uint32_t dayOfMarchYear = static_cast<std::uint32_t>(yearFraction) / 2939745 / 4;
+    const std::uint32_t monthAndDay = 2141 * dayOfMarchYear + 197913;
+    const std::uint32_t monthFromMarch = monthAndDay >> 16;  // 3 (March) to 14 (February)
+    const auto day = static_cast<int>((monthAndDay & 0xFFFF) / 2141 + 1);
+    const bool beforeMarch = dayOfMarchYear >= 306;
+    const auto year = static_cast<int>(100 * century + yearOfCentury + (beforeMarch ? 1 : 0));
+    const int month = static_cast<int>(beforeMarch ? monthFromMarch - 12 : monthFromMarch);
     const int dayOfYear = beforeMarch
                               ? static_cast<int>(dayOfMarchYear) - 305
                               : static_cast<int>(dayOfMarchYear) + 60 + (TimeUtilities::isLeapYear(year) ? 1 : 0);
