@@ -76,7 +76,7 @@ for (const [workload, titleTemplate] of WORKLOADS) {
         '|---|--:|--:|--:|--:|--:|---|');
     for (const entry of entries) {
         const stopped = status(entry);
-        const ratio = stopped || !pellium ? '—' : isPellium(entry) ? '1' : decimal.format(entry.median / pellium.median);
+        const ratio = stopped || !pellium ? '—' : entry === pellium ? '1' : decimal.format(entry.median / pellium.median);
         const rows = entry.rows ? integer.format(entry.rows) : '';
         const check = entry.check === undefined || entry.check === null ? '' : decimal.format(entry.check);
         table.push(`| ${entry.engine} | ${entry.threads || 'default'} | ${rows} | ${stopped ?? formatMilliseconds(entry.median)}` +
