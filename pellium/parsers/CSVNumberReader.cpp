@@ -3,10 +3,10 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 
 #include "pellium/util/StringUtilities.h"
+#include "pellium/util/TextWords.h"
 
 namespace pellium {
 
@@ -14,12 +14,6 @@ namespace {
 
 bool isDigit(char character) {
     return character >= '0' && character <= '9';
-}
-
-std::uint64_t loadWord(const char* bytes) {
-    std::uint64_t word;
-    std::memcpy(&word, bytes, sizeof(word));
-    return word;
 }
 
 // Whether all eight bytes of a word are ASCII digits, and their value, without a loop: the
@@ -41,11 +35,11 @@ std::uint64_t valueOfEightDigits(std::uint64_t word) {
 // there are more than nineteen digits in all, which a 64-bit mantissa may not hold.
 [[gnu::always_inline]] inline bool accumulateDigits(const char*& position, const char* end, std::uint64_t& mantissa,
                                                     int& digits) {
-    while (end - position >= 8 && areEightDigits(loadWord(position))) {
+    while (end - position >= 8 && areEightDigits(TextWords::load<std::uint64_t>(position))) {
         if ((digits += 8) > 19) {
             return false;
         }
-        mantissa = mantissa * 100000000 + valueOfEightDigits(loadWord(position));
+        mantissa = mantissa * 100000000 + valueOfEightDigits(TextWords::load<std::uint64_t>(position));
         position += 8;
     }
     for (; position < end && isDigit(*position); ++position) {

@@ -1,42 +1,22 @@
 #include "pellium/parsers/CSVParsedTextCache.h"
 
 #include <bit>
-#include <cstring>
+
+#include "pellium/util/TextWords.h"
 
 namespace pellium {
-
-namespace {
-
-template <typename Word>
-std::uint64_t load(const char* bytes) {
-    Word word;
-    std::memcpy(&word, bytes, sizeof(word));
-    return word;
-}
-
-}  // namespace
 
 // Loads that stay inside the text and together cover every byte of it, so that texts of one
 // length have the same words exactly when they are the same; no copy through memory, whose
 // narrow stores the wide loads would have to wait for.
 CSVParsedTextCache::Words CSVParsedTextCache::wordsOf(std::string_view text) {
+    if (text.size() <= 16) {
+        const auto [first, last] = TextWords::ofShortText(text);
+        return {first, last, 0};
+    }
     const char* bytes = text.data();
-    const std::size_t size = text.size();
-    if (size >= 16) {
-        return {load<std::uint64_t>(bytes), load<std::uint64_t>(bytes + 8), load<std::uint64_t>(bytes + size - 8)};
-    }
-    if (size >= 8) {
-        return {load<std::uint64_t>(bytes), load<std::uint64_t>(bytes + size - 8), 0};
-    }
-    if (size >= 4) {
-        return {load<std::uint32_t>(bytes) | load<std::uint32_t>(bytes + size - 4) << 32, 0, 0};
-    }
-    if (size > 0) {
-        return {load<std::uint8_t>(bytes) | load<std::uint8_t>(bytes + size / 2) << 8 |
-                    load<std::uint8_t>(bytes + size - 1) << 16,
-                0, 0};
-    }
-    return {};
+    return {TextWords::load<std::uint64_t>(bytes), TextWords::load<std::uint64_t>(bytes + 8),
+            TextWords::load<std::uint64_t>(bytes + text.size() - 8)};
 }
 
 // Word by word without a branch or a call, which std::array's comparison makes.

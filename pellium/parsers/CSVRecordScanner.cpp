@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
-#include <cstring>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
+
+#include "pellium/util/TextWords.h"
 
 namespace pellium {
 
@@ -52,8 +53,7 @@ const char* CSVRecordScanner::findEndOfUnquotedField(const char* position, const
     constexpr std::uint64_t highs = 0x8080808080808080ULL;
     const auto zeroBytes = [](std::uint64_t word) { return (word - ones) & ~word & highs; };
     for (; end - position >= 8; position += 8) {
-        std::uint64_t word;
-        std::memcpy(&word, position, sizeof(word));
+        const auto word = TextWords::load<std::uint64_t>(position);
         const std::uint64_t marks = zeroBytes(word ^ (ones * static_cast<unsigned char>(delimiter_))) |
                                     zeroBytes(word ^ (ones * '\n')) | zeroBytes(word ^ (ones * '\r'));
         if (marks != 0) {
@@ -76,8 +76,9 @@ std::uint64_t CSVRecordScanner::fieldEndsOfBlock(const char* block) const {
     std::uint64_t ends = 0;
     for (int part = 0; part < 4; ++part) {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + 16 * part));
-        const __m128i matches = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, delimiters), _mm_cmpeq_epi8(bytes, lineFeeds)),
-                                             _mm_cmpeq_epi8(bytes, carriageReturns));
+        const __m128i matches =
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, delimiters), _mm_cmpeq_epi8(bytes, lineFeeds)),
+                         _mm_cmpeq_epi8(bytes, carriageReturns));
         ends |= static_cast<std::uint64_t>(static_cast<std::uint16_t>(_mm_movemask_epi8(matches))) << (16 * part);
     }
     return ends;

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "pellium/util/TextWords.h"
+
 namespace pellium {
 
 namespace {
@@ -40,8 +42,7 @@ constexpr auto BASE64_PAIRS = [] {
 
 // Eight bytes with the first in the most significant position.
 inline std::uint64_t loadBigEndian64(const unsigned char* bytes) noexcept {
-    std::uint64_t word;
-    std::memcpy(&word, bytes, sizeof word);
+    auto word = TextWords::load<std::uint64_t>(bytes);
     if constexpr (std::endian::native == std::endian::little) {
         word = __builtin_bswap64(word);
     }

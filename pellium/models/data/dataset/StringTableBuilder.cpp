@@ -31,9 +31,9 @@ std::uint64_t StringTableBuilder::hashLongText(std::string_view text, std::uint6
     const char* bytes = text.data();
     std::size_t position = 0;
     for (; position + 8 < text.size(); position += 8) {
-        state = mix(state ^ load<std::uint64_t>(bytes + position));
+        state = mix(state ^ TextWords::load<std::uint64_t>(bytes + position));
     }
-    return mix(state ^ load<std::uint64_t>(bytes + text.size() - 8));
+    return mix(state ^ TextWords::load<std::uint64_t>(bytes + text.size() - 8));
 }
 
 std::int32_t StringTableBuilder::addToIndex(std::string_view text, std::uint64_t hashed, Index& index,

@@ -9,6 +9,7 @@
 
 #include "pellium/Export.h"
 #include "pellium/util/StringUtilities.h"
+#include "pellium/util/TextWords.h"
 
 namespace pellium {
 
@@ -102,13 +103,6 @@ public:
     const std::shared_ptr<std::vector<SharedString>>& getTable() const { return table_; }
 
 private:
-    template <typename Word>
-    static std::uint64_t load(const char* bytes) {
-        Word value;
-        std::memcpy(&value, bytes, sizeof(value));
-        return value;
-    }
-
     // A slot holds where its text is, so that a look-up that hits reads the slot and the bytes.
     struct Slot {
         std::uint32_t hashTag = 0;
@@ -122,20 +116,11 @@ private:
             if (length != size) {
                 return false;
             }
-            if (size == 0) {
-                return true;  // and no bytes to compare, whose pointers may be null
-            }
             const char* mine = bytes + offset;
-            const char* theirs = text.data();
-            if (size >= 8 && size <= 16) {
-                return load<std::uint64_t>(mine) == load<std::uint64_t>(theirs) &&
-                       load<std::uint64_t>(mine + size - 8) == load<std::uint64_t>(theirs + size - 8);
+            if (size <= 16) {
+                return TextWords::ofShortText(std::string_view(mine, size)) == TextWords::ofShortText(text);
             }
-            if (size >= 4 && size < 8) {
-                return load<std::uint32_t>(mine) == load<std::uint32_t>(theirs) &&
-                       load<std::uint32_t>(mine + size - 4) == load<std::uint32_t>(theirs + size - 4);
-            }
-            return std::memcmp(mine, theirs, size) == 0;
+            return std::memcmp(mine, text.data(), size) == 0;
         }
     };
 
@@ -152,26 +137,12 @@ private:
     // A text of up to sixteen bytes, the common case, is read as two overlapping words and mixed
     // once; longer texts mix each word of eight bytes in turn.
     std::uint64_t hash(std::string_view text) const {
-        const char* bytes = text.data();
         const std::size_t length = text.size();
         const std::uint64_t state = seed_ ^ (length * 0x9E3779B97F4A7C15ULL);
         if (length > 16) {
             return hashLongText(text, state);
         }
-        std::uint64_t first = 0;
-        std::uint64_t last = 0;
-        if (length >= 8) {
-            first = load<std::uint64_t>(bytes);
-            last = load<std::uint64_t>(bytes + length - 8);
-        } else if (length >= 4) {
-            first = load<std::uint32_t>(bytes);
-            last = load<std::uint32_t>(bytes + length - 4);
-        } else if (length > 0) {
-            const auto byte = [&](std::size_t position) {
-                return static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[position]));
-            };
-            first = byte(0) | (byte(length / 2) << 8) | (byte(length - 1) << 16);
-        }
+        const auto [first, last] = TextWords::ofShortText(text);
         return mix(state ^ first ^ (last * MULTIPLIER));
     }
 
