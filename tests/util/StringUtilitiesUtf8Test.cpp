@@ -157,7 +157,8 @@ TEST(StringUtilitiesUtf8, DecoderAcceptsExactlyTheShortestEncodingsOfScalarValue
 }
 
 TEST(StringUtilitiesUtf8, MalformedSequencesBecomeOneReplacementPerMaximalSubpart) {
-    const Decoded fault1{false, REPLACEMENT, 1};
+    const auto ok = [](char32_t codePoint, std::size_t length) { return Decoded{true, codePoint, length}; };
+    const auto bad = [](std::size_t length) { return Decoded{false, REPLACEMENT, length}; };
     struct Case {
         std::string name;
         std::string bytes;
@@ -167,32 +168,20 @@ TEST(StringUtilitiesUtf8, MalformedSequencesBecomeOneReplacementPerMaximalSubpar
         // The example of the Unicode Standard, section 3.9 (U+FFFD substitution of maximal subparts).
         {"unicode example",
          "\x61\xF1\x80\x80\xE1\x80\xC2\x62\x80\x63\x80\xBF\x64",
-         {{true, U'a', 1},
-          {false, REPLACEMENT, 3},
-          {false, REPLACEMENT, 2},
-          fault1,
-          {true, U'b', 1},
-          fault1,
-          {true, U'c', 1},
-          fault1,
-          fault1,
-          {true, U'd', 1}}},
-        {"overlong slash", "\xC0\xAF", {fault1, fault1}},
-        {"overlong three-byte", "\xE0\x80\xAF", {fault1, fault1, fault1}},
-        {"overlong four-byte", "\xF0\x80\x80\xAF", {fault1, fault1, fault1, fault1}},
-        {"surrogate", "\xED\xA0\x80", {fault1, fault1, fault1}},
-        {"beyond U+10FFFF", "\xF4\x90\x80\x80", {fault1, fault1, fault1, fault1}},
-        {"lead F5", "\xF5\x80", {fault1, fault1}},
-        {"stray continuation", "\x80", {fault1}},
-        {"FE and FF", "\xFE\xFF", {fault1, fault1}},
-        {"truncated at the end", "\xE2\x82", {{false, REPLACEMENT, 2}}},
-        {"truncated before ASCII",
-         "\xE2\x82"
-         "A",
-         {{false, REPLACEMENT, 2}, {true, U'A', 1}}},
-        {"truncated four-byte", "\xF0\x9F\x98", {{false, REPLACEMENT, 3}}},
-        {"lone lead at the end", "\xC2", {fault1}},
-        {"largest scalars", "\xF4\x8F\xBF\xBF\xEF\xBF\xBF", {{true, 0x10FFFF, 4}, {true, 0xFFFF, 3}}},
+         {ok('a', 1), bad(3), bad(2), bad(1), ok('b', 1), bad(1), ok('c', 1), bad(1), bad(1), ok('d', 1)}},
+        {"overlong slash", "\xC0\xAF", {bad(1), bad(1)}},
+        {"overlong three-byte", "\xE0\x80\xAF", {bad(1), bad(1), bad(1)}},
+        {"overlong four-byte", "\xF0\x80\x80\xAF", {bad(1), bad(1), bad(1), bad(1)}},
+        {"surrogate", "\xED\xA0\x80", {bad(1), bad(1), bad(1)}},
+        {"beyond U+10FFFF", "\xF4\x90\x80\x80", {bad(1), bad(1), bad(1), bad(1)}},
+        {"lead F5", "\xF5\x80", {bad(1), bad(1)}},
+        {"stray continuation", "\x80", {bad(1)}},
+        {"FE and FF", "\xFE\xFF", {bad(1), bad(1)}},
+        {"truncated at the end", "\xE2\x82", {bad(2)}},
+        {"truncated before ASCII", "\xE2\x82" + std::string("A"), {bad(2), ok('A', 1)}},
+        {"truncated four-byte", "\xF0\x9F\x98", {bad(3)}},
+        {"lone lead at the end", "\xC2", {bad(1)}},
+        {"largest scalars", "\xF4\x8F\xBF\xBF\xEF\xBF\xBF", {ok(0x10FFFF, 4), ok(0xFFFF, 3)}},
     };
     for (const auto& testCase : cases) {
         EXPECT_EQ(decodeAll(testCase.bytes), testCase.expected) << testCase.name;

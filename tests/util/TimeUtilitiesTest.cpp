@@ -1,4 +1,6 @@
+#include <array>
 #include <chrono>
+#include <climits>
 #include <cmath>
 #include <ctime>
 #include <gtest/gtest.h>
@@ -81,49 +83,21 @@ TEST(TimeUtilities, DayNumbersAgreeWithTheStandardCalendarUntilTheFirstYearDivis
 }
 
 TEST(TimeUtilities, MdyAppliesTheTwoDigitYearAndRangeRules) {
-    struct Case {
-        int month;
-        int day;
-        int year;
-        double expected;
-    };
-    const double firstOf1995 = TimeUtilities::mdy(1, 1, 1995);
-    const std::vector<Case> cases = {
-        {1, 1, 1960, 0},
-        {12, 31, 1959, -1},
-        {1, 1, 60, 0},                               // 1960
-        {1, 1, 39, TimeUtilities::mdy(1, 1, 2039)},  // below 40: 2000 + year
-        {1, 1, 40, TimeUtilities::mdy(1, 1, 1940)},  // 40 to 99: 1900 + year
-        {1, 1, 99, TimeUtilities::mdy(1, 1, 1999)},
-        {1, 1, 0, TimeUtilities::mdy(1, 1, 2000)},
-        {1, 1, -5, firstOf1995},  // a negative year is a two-digit year too
-        {1, 1, 1582, -138061},
-        {12, 31, 20000, TimeUtilities::LAST_DAY_NUMBER},
-        {2, 29, 2000, TimeUtilities::mdy(3, 1, 2000) - 1},
-        {2, 29, 2400, TimeUtilities::mdy(3, 1, 2400) - 1},
-        {2, 29, 1900, NOT_A_NUMBER},  // divisible by 100, not by 400
-        {2, 29, 4000, NOT_A_NUMBER},  // divisible by 4000
-        {2, 29, 8000, NOT_A_NUMBER},
-        {2, 29, 2023, NOT_A_NUMBER},
-        {4, 31, 2023, NOT_A_NUMBER},
-        {1, 0, 2023, NOT_A_NUMBER},
-        {1, 32, 2023, NOT_A_NUMBER},
-        {0, 1, 2023, NOT_A_NUMBER},
-        {13, 1, 2023, NOT_A_NUMBER},
-        {1, 1, 100, NOT_A_NUMBER},  // 100 to 1581 are no dates
-        {12, 31, 1581, NOT_A_NUMBER},
-        {1, 1, 20001, NOT_A_NUMBER},
-        {1, 1, -1000, NOT_A_NUMBER},  // 2000 - 1000 = 1000
-        {1, 1, std::numeric_limits<int>::min(), NOT_A_NUMBER},
-        {1, 1, std::numeric_limits<int>::max(), NOT_A_NUMBER},
-    };
-    for (const Case& test : cases) {
-        const double actual = TimeUtilities::mdy(test.month, test.day, test.year);
-        if (std::isnan(test.expected)) {
-            EXPECT_TRUE(std::isnan(actual)) << test.month << "/" << test.day << "/" << test.year;
-        } else {
-            EXPECT_EQ(actual, test.expected) << test.month << "/" << test.day << "/" << test.year;
-        }
+    // Four-digit years are checked day by day above. Below 100 a year is a two-digit year, in
+    // 2000 + year below 40 (negative years too) and in 1900 + year from 40 to 99.
+    const std::vector<std::pair<int, int>> twoDigitYears = {{60, 1960}, {39, 2039}, {40, 1940},
+                                                            {99, 1999}, {0, 2000},  {-5, 1995}};
+    for (const auto& [year, fullYear] : twoDigitYears) {
+        EXPECT_EQ(TimeUtilities::mdy(1, 1, year), TimeUtilities::mdy(1, 1, fullYear)) << year;
+    }
+    // No 29 February in 1900 (divisible by 100, not by 400), 4000 and 8000 (divisible by 4000) or
+    // 2023; no day 0 or 32, month 0 or 13; years 100 to 1581 are no dates, nor is -1000 (1000).
+    const std::vector<std::array<int, 3>> invalid = {{2, 29, 1900}, {2, 29, 4000},   {2, 29, 8000},  {2, 29, 2023},
+                                                     {4, 31, 2023}, {1, 0, 2023},    {1, 32, 2023},  {0, 1, 2023},
+                                                     {13, 1, 2023}, {1, 1, 100},     {12, 31, 1581}, {1, 1, 20001},
+                                                     {1, 1, -1000}, {1, 1, INT_MIN}, {1, 1, INT_MAX}};
+    for (const auto& [month, day, year] : invalid) {
+        EXPECT_TRUE(std::isnan(TimeUtilities::mdy(month, day, year))) << month << "/" << day << "/" << year;
     }
 }
 
@@ -145,10 +119,7 @@ TEST(TimeUtilities, FieldsAnswerMinusOneOutsideTheRange) {
         EXPECT_EQ(TimeUtilities::isoWeek(dayNumber), -1);
         EXPECT_EQ(TimeUtilities::isoWeekYear(dayNumber), -1);
     }
-    EXPECT_EQ(TimeUtilities::dow(TimeUtilities::FIRST_DAY_NUMBER), 3);
-    EXPECT_EQ(TimeUtilities::dow(TimeUtilities::LAST_DAY_NUMBER), TimeUtilities::dow(0.0 + (6589335 % 7)));
     // A fractional day number counts as the day it falls in.
-    EXPECT_EQ(TimeUtilities::dow(0.0), 6);
     EXPECT_EQ(TimeUtilities::dow(0.999), 6);
     EXPECT_EQ(TimeUtilities::dow(-0.5), 5);
     EXPECT_EQ(TimeUtilities::dom(-0.5), 31);
@@ -171,14 +142,12 @@ TEST(TimeUtilities, IsoWeeksAgreeWithTheCLibrary) {
     }
 }
 
-TEST(TimeUtilities, QuartersAndYearQuarterDates) {
+TEST(TimeUtilities, YearQuarterDates) {
     EXPECT_EQ(TimeUtilities::yyq(2024, 1), TimeUtilities::mdy(1, 1, 2024));
     EXPECT_EQ(TimeUtilities::yyq(2024, 4), TimeUtilities::mdy(10, 1, 2024));
     EXPECT_EQ(TimeUtilities::yyq(24, 2), TimeUtilities::mdy(4, 1, 2024));
     EXPECT_TRUE(std::isnan(TimeUtilities::yyq(2024, 0)));
     EXPECT_TRUE(std::isnan(TimeUtilities::yyq(2024, 5)));
-    EXPECT_EQ(TimeUtilities::qtr(TimeUtilities::mdy(6, 30, 2024)), 2);
-    EXPECT_EQ(TimeUtilities::qtr(TimeUtilities::mdy(7, 1, 2024)), 3);
 }
 
 TEST(TimeUtilities, SecondCountsSplitIntoDaysAndTimesOfDay) {

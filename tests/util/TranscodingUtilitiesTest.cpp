@@ -6,6 +6,9 @@
 #include "pellium/util/TranscodingUtilities.h"
 
 namespace pellium {
+
+using namespace std::string_literals;
+
 namespace {
 
 constexpr std::string_view ALPHABET = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -124,42 +127,23 @@ TEST(TranscodingUtilities, LineBrokenTextsDecodeAlikeWhereverTheirPiecesEnd) {
 }
 
 TEST(TranscodingUtilities, MalformedBase64IsRefusedWithoutOutput) {
-    const std::vector<std::string> refused = {
-        "Z",
-        "Zg",
-        "Zg=",
-        "Zm9",
-        "Zm9vY",  // truncated groups
-        "====",
-        "Z===",
-        "Zg===",
-        "===",
-        "=",  // too much padding
-        "Zg==Zg==",
-        "Zm9v=g==",
-        "=Zm9",
-        "Zg=a",
-        "Zm=v",  // "=" before the end
-        "Zh==",
-        "Zm9=",
-        "AB==",
-        "AAB=",  // pad bits not zero
-        "Zm9v Zm9v",
-        "Zm9v\tZm9v",
-        "Zm9v\x0B",
-        "Zm-_",
-        "Zm9v\xC3\xA9Zm",  // characters outside
-        std::string("Zm9v\0\0\0\0", 8),
-        "Zm9v.AAA",
-        "Zm9vYmFy\r\n=",
+    const std::vector<std::pair<const char*, std::vector<std::string>>> groups = {
+        {"truncated group", {"Z", "Zg", "Zg=", "Zm9", "Zm9vY"}},
+        {"too much padding", {"====", "Z===", "Zg===", "===", "=", "Zm9vYmFy\r\n="}},
+        {"padding before the end", {"Zg==Zg==", "Zm9v=g==", "=Zm9", "Zg=a", "Zm=v"}},
+        {"pad bits not zero", {"Zh==", "Zm9=", "AB==", "AAB="}},
+        {"character outside the alphabet",
+         {"Zm9v Zm9v", "Zm9v\tZm9v", "Zm9v\x0B", "Zm-_", "Zm9v\xC3\xA9Zm", "Zm9v\0\0\0\0"s, "Zm9v.AAA"}},
     };
-    for (const auto& text : refused) {
-        std::vector<std::byte> bytes(5, std::byte{1});
-        EXPECT_FALSE(TranscodingUtilities::decodeBase64(text, bytes)) << '"' << text << '"';
-        EXPECT_TRUE(bytes.empty()) << text;
-        std::string asText = "previous";
-        EXPECT_FALSE(TranscodingUtilities::decodeBase64(text, asText)) << text;
-        EXPECT_TRUE(asText.empty()) << text;
+    for (const auto& [reason, refused] : groups) {
+        for (const auto& text : refused) {
+            std::vector<std::byte> bytes(5, std::byte{1});
+            EXPECT_FALSE(TranscodingUtilities::decodeBase64(text, bytes)) << reason << ": \"" << text << '"';
+            EXPECT_TRUE(bytes.empty()) << text;
+            std::string asText = "previous";
+            EXPECT_FALSE(TranscodingUtilities::decodeBase64(text, asText)) << text;
+            EXPECT_TRUE(asText.empty()) << text;
+        }
     }
 }
 

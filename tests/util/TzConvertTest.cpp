@@ -46,10 +46,7 @@ std::vector<std::string> rowsOf(const std::string& text) {
 }
 
 std::string inQuotes(const std::filesystem::path& path) {
-    std::string text(1, '"');
-    text += path.string();
-    text += '"';
-    return text;
+    return '"' + path.string() + '"';
 }
 
 // Converts `source`, written to a file named `fileName` in a fresh folder.
@@ -119,10 +116,7 @@ TEST(TzConvert, CompactSourceWithDaysBeforeADateAndFractionalSeconds) {
     std::vector<std::string> expected;
     for (const char* id : {"Test/Frac", "Test/Link", "Test/LinkToLink"}) {
         for (const std::string& period : periods) {
-            std::string row = id;
-            row += ';';
-            row += period;
-            expected.push_back(row);
+            expected.push_back(std::string(id) + ";" + period);
         }
     }
     EXPECT_EQ(result.zoneRows, expected);

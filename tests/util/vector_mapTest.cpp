@@ -33,6 +33,13 @@ TEST(vector_map, BehavesLikeStdMapUnderRandomOperations) {
     std::uniform_int_distribution<int> operation(0, 8);
     vector_map<int, int> map;
     std::map<int, int> reference;
+    const auto expectSamePosition = [&](vector_map<int, int>::iterator position,
+                                        std::map<int, int>::iterator expected) {
+        ASSERT_EQ(position == map.end(), expected == reference.end());
+        if (position != map.end()) {
+            ASSERT_EQ(position->first, expected->first);
+        }
+    };
     for (int step = 0; step < 100'000; ++step) {
         const int k = key(random);
         const int v = value(random);
@@ -60,35 +67,18 @@ TEST(vector_map, BehavesLikeStdMapUnderRandomOperations) {
             case 4: {
                 const auto position = map.find(k);
                 const auto expected = reference.find(k);
-                ASSERT_EQ(position == map.end(), expected == reference.end());
-                if (position != map.end()) {
-                    const auto next = map.erase(position);
-                    const auto expectedNext = reference.erase(expected);
-                    ASSERT_EQ(next == map.end(), expectedNext == reference.end());
-                    if (next != map.end()) {
-                        ASSERT_EQ(next->first, expectedNext->first);
-                    }
+                expectSamePosition(position, expected);
+                if (position != map.end() && expected != reference.end()) {
+                    expectSamePosition(map.erase(position), reference.erase(expected));
                 }
                 break;
             }
-            case 5: {
-                const auto position = map.lower_bound(k);
-                const auto expected = reference.lower_bound(k);
-                ASSERT_EQ(position == map.end(), expected == reference.end());
-                if (position != map.end()) {
-                    ASSERT_EQ(position->first, expected->first);
-                }
+            case 5:
+                expectSamePosition(map.lower_bound(k), reference.lower_bound(k));
                 break;
-            }
-            case 6: {
-                const auto position = map.upper_bound(k);
-                const auto expected = reference.upper_bound(k);
-                ASSERT_EQ(position == map.end(), expected == reference.end());
-                if (position != map.end()) {
-                    ASSERT_EQ(position->first, expected->first);
-                }
+            case 6:
+                expectSamePosition(map.upper_bound(k), reference.upper_bound(k));
                 break;
-            }
             case 7:
                 ASSERT_EQ(map.count(k), reference.count(k));
                 ASSERT_EQ(map.contains(k), reference.contains(k));
@@ -99,6 +89,9 @@ TEST(vector_map, BehavesLikeStdMapUnderRandomOperations) {
                     reference.clear();
                 }
                 break;
+        }
+        if (HasFatalFailure()) {
+            return;  // a failed check inside expectSamePosition
         }
         if (step % 100 == 0) {
             expectSameEntries(map, reference);

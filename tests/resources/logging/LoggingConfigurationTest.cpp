@@ -69,19 +69,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         ReadCase{"empty text keeps the defaults", "", LogLevel::WARNING, "", true, "cccc---", "1100000", 0, 0},
         ReadCase{"comments blanks and the case of names and keys",
-                 "; comment\n"
-                 "  # another comment\n"
-                 "\n"
-                 "  [ general ]  ; trailing comment\n"
-                 "  LogFile = /tmp/viewer.log   ; where\n"
-                 "LOGLEVEL\t=\tdebug\n"
-                 "Timestamp = NO # not wanted\n"
-                 "[Error]\n"
-                 "Output = Console , LOGFILE\n"
-                 "[warning]\n"
-                 "output=logfile\n"
-                 "[PERFORMANCE]\n"
-                 "output = console\n",
+                 "; comment\n  # another comment\n\n  [ general ]  ; trailing comment\n"
+                 "  LogFile = /tmp/viewer.log   ; where\nLOGLEVEL\t=\tdebug\nTimestamp = NO # not wanted\n"
+                 "[Error]\nOutput = Console , LOGFILE\n[warning]\noutput=logfile\n[PERFORMANCE]\noutput = console\n",
                  LogLevel::DEBUG, "/tmp/viewer.log", false, "bfccc--", "1111100", 0, 0},
         ReadCase{"CRLF and lone CR line ends",
                  "[GENERAL]\r\nloglevel=INFO\r\n[INFO]\routput=\r\n[EVENTS]\r\noutput=console\r", LogLevel::INFO, "",
@@ -89,21 +79,9 @@ INSTANTIATE_TEST_SUITE_P(
         ReadCase{"a log file output without a log file writes nowhere",
                  "[DEBUG]\noutput=logfile\n[ERROR]\noutput=", LogLevel::WARNING, "", true, "-cc----", "0100000", 0, 0},
         ReadCase{"garbage lines and values that are not understood",
-                 "garbage\n"
-                 "[GENERAL\n"
-                 "loglevel=DEBUG\n"
-                 "[GENERAL]\n"
-                 "=value\n"
-                 "loglevel=VERBOSE\n"
-                 "timestamp=maybe\n"
-                 "loglevel=INFO\n"
-                 "\x01\xff binary\n"
-                 "loglevel=NETWORK\n"
-                 "logfile=\"unterminated\n"
-                 "logfile=\"quoted\" trailing\n"
-                 "[ERROR] extra\n"
-                 "output=logfile\n"
-                 "[]\n",
+                 "garbage\n[GENERAL\nloglevel=DEBUG\n[GENERAL]\n=value\nloglevel=VERBOSE\ntimestamp=maybe\n"
+                 "loglevel=INFO\n\x01\xff binary\nloglevel=NETWORK\nlogfile=\"unterminated\n"
+                 "logfile=\"quoted\" trailing\n[ERROR] extra\noutput=logfile\n[]\n",
                  LogLevel::INFO, "", true, "cccc---", "1110000", 13, 1},
         ReadCase{
             "unknown sections and keys are ignored without complaint",
@@ -158,37 +136,11 @@ TEST(LoggingConfiguration, LevelsOutsideTheEnumerationAreNeverEnabled) {
 // Texts stitched from the format's own pieces reach far more reader states than random bytes do;
 // whatever they hold, the result keeps its invariants.
 TEST(LoggingConfiguration, RandomTextsKeepTheInvariants) {
-    const std::vector<std::string> pieces = {"[GENERAL]",
-                                             "[ERROR]",
-                                             "[debug]",
-                                             "[EVENTS]",
-                                             "[",
-                                             "]",
-                                             "[x]",
-                                             "loglevel",
-                                             "logfile",
-                                             "timestamp",
-                                             "output",
-                                             "=",
-                                             "==",
-                                             " ",
-                                             "\t",
-                                             ";",
-                                             "#",
-                                             "\"",
-                                             ",",
-                                             "console",
-                                             "logfile",
-                                             "INFO",
-                                             "DEBUG",
-                                             "NETWORK",
-                                             "true",
-                                             "0",
-                                             "\n",
-                                             "\r\n",
-                                             "\r",
-                                             "\xEF\xBB\xBF",
-                                             std::string(1, '\0')};
+    const std::vector<std::string> pieces = {
+        "[GENERAL]", "[ERROR]", "[debug]", "[EVENTS]", "[",    "]", "[x]", "loglevel", "logfile", "timestamp",
+        "output",    "=",       "==",      " ",        "\t",   ";", "#",   "\"",       ",",       "console",
+        "logfile",   "INFO",    "DEBUG",   "NETWORK",  "true", "0", "\n",  "\r\n",     "\r",      "\xEF\xBB\xBF",
+        "\0"s};
     std::mt19937 random(7);
     for (int round = 0; round < 3000; ++round) {
         std::string text;

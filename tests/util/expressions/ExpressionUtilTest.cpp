@@ -37,42 +37,34 @@ std::string reprint(std::string_view text) {
 }
 
 TEST(ExpressionUtilTest, ReadsTextAndWritesItsCanonicalForm) {
+    // Texts already in canonical form print as they read.
+    for (const std::string_view text : {"a - (b - c)", "a + b * c", "a OR b AND c", "a / (b * c)", "-x", "-5",
+                                        "-(a + b) * 2", "a * -5", "NOT (a OR b)", "(a = b) = c", "{a}}b}", "{Sum}",
+                                        "Sum", "Ünïcode_1", "'O''Brien'", "''", ".", "[]", "Now()"}) {
+        EXPECT_EQ(reprint(text), text);
+    }
+    for (const std::string_view text :
+         {"(Sales - Cost) / Sales * 100", "a * b + c * d - e / f", "x = a + b * c", "a OR b AND c OR d AND e",
+          "{Unit Price} * 2", "{2024} + {Infinity}", "In(Region, ['East', 'West'])", "[Region, {Product Line}]",
+          "$HighSales OR ${High Sales}", "True AND False", "(a AND b) AND c", "a AND b AND c OR d", "a AND (b OR c)",
+          "Plus(1, 2, 3)", "Cast(x, NUMBER)"}) {
+        EXPECT_EQ(reprint(text), text);
+    }
     const struct {
         std::string_view text;
         std::string_view printed;
     } cases[] = {
-        {"(Sales - Cost) / Sales * 100", "(Sales - Cost) / Sales * 100"},
-        {"a - (b - c)", "a - (b - c)"},
         {"a-b-c", "a - b - c"},
-        {"a + b * c", "a + b * c"},
-        {"a * b + c * d - e / f", "a * b + c * d - e / f"},
-        {"x = a + b * c", "x = a + b * c"},
-        {"a OR b AND c", "a OR b AND c"},
-        {"a OR b AND c OR d AND e", "a OR b AND c OR d AND e"},
-        {"a / (b * c)", "a / (b * c)"},
-        {"-x", "-x"},
         {"- 5", "-(5)"},
-        {"-5", "-5"},
-        {"-(a + b) * 2", "-(a + b) * 2"},
-        {"a * -5", "a * -5"},
         {"upper(Region)", "UpCase(Region)"},
         {"F_UPPER(Region)", "UpCase(Region)"},
         {"upCASE( Region )", "UpCase(Region)"},
         {"Region = 'East' and Sales >= 500", "Region = 'East' AND Sales ≥ 500"},
         {"not a = 1 or b <> 2", "NOT a = 1 OR b ≠ 2"},
-        {"NOT (a OR b)", "NOT (a OR b)"},
         {"a != 1", "a ≠ 1"},
         {"a <= 1", "a ≤ 1"},
-        {"(a = b) = c", "(a = b) = c"},
-        {"{Unit Price} * 2", "{Unit Price} * 2"},
-        {"{a}}b}", "{a}}b}"},
         {"{Sales}", "Sales"},
-        {"{Sum}", "{Sum}"},
-        {"{2024} + {Infinity}", "{2024} + {Infinity}"},
-        {"Sum", "Sum"},
         {"KW_COUNT_DISTINCT", "Distinct"},
-        {"Ünïcode_1", "Ünïcode_1"},
-        {"In(Region, ['East', 'West'])", "In(Region, ['East', 'West'])"},
         {"In(x, 1, 2)", "In(x, [1, 2])"},
         {"notIn(x, [.])", "NotIn(x, [.])"},
         {"between(x, 1, 2)", "BetweenInclusive(x, 1, 2)"},
@@ -82,23 +74,10 @@ TEST(ExpressionUtilTest, ReadsTextAndWritesItsCanonicalForm) {
          "Select(When(x > 1, 'a'), When(x > 0, 'b'), Otherwise('c'))"},
         {"eq(a, 'x', LeadingAndTrailing)", "Equal(a, 'x', LeadingAndTrailing)"},
         {"Equal(a, 'x')", "a = 'x'"},
-        {"'O''Brien'", "'O''Brien'"},
-        {"''", "''"},
-        {".", "."},
         {"[.5, -1e300, Infinity, -Infinity]", "[0.5, -1e+300, Infinity, -Infinity]"},
-        {"[Region, {Product Line}]", "[Region, {Product Line}]"},
-        {"[]", "[]"},
-        {"$HighSales OR ${High Sales}", "$HighSales OR ${High Sales}"},
-        {"True AND False", "True AND False"},
         {"AND()", "F_AND()"},
         {"or(a)", "F_OR(a)"},
         {"and(a, b)", "a AND b"},
-        {"(a AND b) AND c", "(a AND b) AND c"},
-        {"a AND b AND c OR d", "a AND b AND c OR d"},
-        {"a AND (b OR c)", "a AND (b OR c)"},
-        {"Plus(1, 2, 3)", "Plus(1, 2, 3)"},
-        {"Cast(x, NUMBER)", "Cast(x, NUMBER)"},
-        {"Now()", "Now()"},
         {"  \n x \t", "x"},
     };
     for (const auto& entry : cases) {
@@ -204,6 +183,7 @@ public:
         if (depth <= 0) {
             return leaf();
         }
+        const auto child = [&] { return generate(depth - 1); };
         switch (pick(12)) {
             case 0:
                 return leaf();
@@ -216,91 +196,65 @@ public:
                 return BetweenExpression::create(generate(depth - 1), generate(depth - 1), generate(depth - 1),
                                                  pick(2) == 0, pick(2) == 0);
             case 3: {
-                Expression::ExpressionList members;
-                for (int count = pick(3); count > 0; --count) {
+                auto members = listOf(pick(3), [&] {
                     // The parser opens literal lists among the members, so a member is never one.
                     auto member = pick(2) == 0 ? leafValue() : generate(depth - 1);
-                    if (member->getDataType() == DataTypeExt::LIST) {
-                        member = leafValue();
-                    }
-                    members.push_back(std::move(member));
-                }
+                    return member->getDataType() == DataTypeExt::LIST ? leafValue() : member;
+                });
                 return InExpression::create(generate(depth - 1), std::move(members), pick(2) == 0);
             }
             case 4:
                 return IsMissingExpression::create(generate(depth - 1), pick(2) == 0);
-            case 5: {
-                Expression::ExpressionList children;
-                for (int count = pick(4); count > 0; --count) {
-                    children.push_back(generate(depth - 1));
-                }
-                return CompoundBooleanExpression::create(pick(2), std::move(children));
-            }
+            case 5:
+                return CompoundBooleanExpression::create(pick(2), listOf(pick(4), child));
             case 6:
                 return NegatedExpression::create(generate(depth - 1));
-            case 7: {
-                Expression::ExpressionList branches;
-                for (int count = 1 + pick(2); count > 0; --count) {
-                    branches.push_back(generate(depth - 1));
-                    branches.push_back(generate(depth - 1));
-                }
-                return SelectWhenExpression::create(std::move(branches), pick(2) == 0 ? generate(depth - 1) : nullptr);
-            }
-            case 8: {
-                Expression::ExpressionList constants;
-                for (int count = pick(4); count > 0; --count) {
-                    constants.push_back(pick(2) == 0 ? number() : text());
-                }
-                return CompoundConstantExpression::create(std::move(constants));
-            }
-            case 9: {
-                // An empty list reads back as a literal list, so a variable list has an item.
-                Expression::ExpressionList items;
-                for (int count = 1 + pick(3); count > 0; --count) {
-                    items.push_back(dataItem());
-                }
-                return VariableListExpression::create(std::move(items));
-            }
+            case 7:  // conditions and values in pairs
+                return SelectWhenExpression::create(listOf(2 * (1 + pick(2)), child),
+                                                    pick(2) == 0 ? generate(depth - 1) : nullptr);
+            case 8:
+                return CompoundConstantExpression::create(listOf(pick(4), [&] { return leafValue(); }));
+            case 9:  // an empty list reads back as a literal list, so a variable list has an item
+                return VariableListExpression::create(listOf(1 + pick(3), [&] { return dataItem(); }));
             default:
                 return function(depth);
         }
     }
 
 private:
+    template <class Make>
+    static Expression::ExpressionList listOf(int count, Make make) {
+        Expression::ExpressionList list;
+        for (; count > 0; --count) {
+            list.push_back(make());
+        }
+        return list;
+    }
+
     int pick(int count) { return std::uniform_int_distribution<int>(0, count - 1)(random_); }
 
     std::shared_ptr<Expression> function(int depth) {
-        static const FunctionExpressionType::type SPECIALIZED[] = {FunctionExpressionType::F_EQ,
-                                                                   FunctionExpressionType::F_NE,
-                                                                   FunctionExpressionType::F_GT,
-                                                                   FunctionExpressionType::F_GE,
-                                                                   FunctionExpressionType::F_LT,
-                                                                   FunctionExpressionType::F_LE,
-                                                                   FunctionExpressionType::F_IS_MISSING,
-                                                                   FunctionExpressionType::F_NOT_MISSING,
-                                                                   FunctionExpressionType::F_IN,
-                                                                   FunctionExpressionType::F_NOT_IN,
-                                                                   FunctionExpressionType::F_BETWEEN,
-                                                                   FunctionExpressionType::F_BETWEEN_EXCLUDING_BOUNDS,
-                                                                   FunctionExpressionType::F_OUTSIDE_INCLUDING_BOUNDS,
-                                                                   FunctionExpressionType::F_OUTSIDE_EXCLUDING_BOUNDS,
-                                                                   FunctionExpressionType::F_AND,
-                                                                   FunctionExpressionType::F_OR,
-                                                                   FunctionExpressionType::F_NOT,
-                                                                   FunctionExpressionType::F_SELECT};
+        using F = FunctionExpressionType;
         // The parser builds the specialized node classes for these functions.
+        const auto isSpecialized = [](F::type candidate) {
+            for (const F::type each :
+                 {F::F_EQ, F::F_NE, F::F_GT, F::F_GE, F::F_LT, F::F_LE, F::F_IS_MISSING, F::F_NOT_MISSING, F::F_IN,
+                  F::F_NOT_IN, F::F_BETWEEN, F::F_BETWEEN_EXCLUDING_BOUNDS, F::F_OUTSIDE_INCLUDING_BOUNDS,
+                  F::F_OUTSIDE_EXCLUDING_BOUNDS, F::F_AND, F::F_OR, F::F_NOT, F::F_SELECT}) {
+                if (each == candidate) {
+                    return true;
+                }
+            }
+            return false;
+        };
         FunctionExpressionType::type function = FunctionExpressionType::F_PLUS;
         do {
             function = static_cast<FunctionExpressionType::type>(1 + pick(FunctionExpressionType::NUMBER_OF_FUNCTIONS));
-        } while (std::find(std::begin(SPECIALIZED), std::end(SPECIALIZED), function) != std::end(SPECIALIZED));
+        } while (isSpecialized(function));
         const int minimum = FunctionExpression::getMinimumNumberOfOperands(function);
         const int maximum = FunctionExpression::getMaximumNumberOfOperands(function);
         const int count = minimum + pick((maximum < 0 ? minimum + 3 : maximum) - minimum + 1);
-        Expression::ExpressionList operands;
-        for (int index = 0; index < count; ++index) {
-            operands.push_back(generate(depth - 1));
-        }
-        return FunctionExpression::create(function, std::move(operands));
+        return FunctionExpression::create(function, listOf(count, [&] { return generate(depth - 1); }));
     }
 
     std::shared_ptr<Expression> leaf() {
@@ -321,35 +275,19 @@ private:
     std::shared_ptr<Expression> leafValue() { return pick(2) == 0 ? number() : text(); }
 
     std::shared_ptr<Expression> number() {
-        static const double NUMBERS[] = {0.0,
-                                         -0.0,
-                                         1.0,
-                                         -5.0,
-                                         12.5,
-                                         1e21,
-                                         1.5e-7,
-                                         -2.2250738585072014e-308,
-                                         std::numeric_limits<double>::quiet_NaN(),
-                                         std::numeric_limits<double>::infinity(),
-                                         -std::numeric_limits<double>::infinity(),
-                                         std::numeric_limits<double>::lowest(),
-                                         DataTokens::SUPPRESSED_NUMERIC,
-                                         0.1 + 0.2};
+        constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
+        constexpr double INFINITE = std::numeric_limits<double>::infinity();
+        constexpr double LOWEST = std::numeric_limits<double>::lowest();
+        constexpr double SUPPRESSED = DataTokens::SUPPRESSED_NUMERIC;
+        static const double NUMBERS[] = {
+            0.0,          -0.0,     1.0,       -5.0,   12.5,       1e21,     1.5e-7, -2.2250738585072014e-308,
+            NOT_A_NUMBER, INFINITE, -INFINITE, LOWEST, SUPPRESSED, 0.1 + 0.2};
         return ConstantNumberExpression::create(NUMBERS[pick(std::size(NUMBERS))]);
     }
 
     std::shared_ptr<Expression> text() {
-        static const std::string_view TEXTS[] = {"",
-                                                 " ",
-                                                 "East",
-                                                 "O'Brien",
-                                                 "''",
-                                                 "a}b",
-                                                 "line\nbreak",
-                                                 "Zürich",
-                                                 std::string_view("nul\0byte", 8),
-                                                 "\xff\xfe",
-                                                 "[1, 2]"};
+        static const std::string_view TEXTS[] = {
+            "", " ", "East", "O'Brien", "''", "a}b", "line\nbreak", "Zürich", {"nul\0byte", 8}, "\xff\xfe", "[1, 2]"};
         return ConstantTextExpression::create(TEXTS[pick(std::size(TEXTS))]);
     }
 
