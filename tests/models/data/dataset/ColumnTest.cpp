@@ -88,16 +88,10 @@ TEST(Column, CachedFormattedTextsEqualFreshOnesAcrossBlocksAndThreads) {
     std::mt19937_64 random(7);
     std::vector<double> numbers(3000);
     for (double& number : numbers) {
-        switch (random() % 8) {
-            case 0:
-                number = NaN;
-                break;
-            case 1:
-                number = DataTokens::getNumericConstant(std::array{-100, -99, -98, -2}[random() % 4]);
-                break;
-            default:
-                number = static_cast<double>(static_cast<std::int64_t>(random() % 2000001) - 1000000) / 100;
-        }
+        const auto kind = random() % 8;
+        number = kind == 0   ? NaN
+                 : kind == 1 ? DataTokens::getNumericConstant(std::array{-100, -99, -98, -2}[random() % 4])
+                             : static_cast<double>(static_cast<std::int64_t>(random() % 2000001) - 1000000) / 100;
     }
     const auto column = numericColumn(numbers);
     std::vector<std::vector<std::string>> seen(4);
@@ -277,7 +271,7 @@ TEST(Column, DateFormatsMakeTheColumnATimeColumn) {
     EXPECT_FALSE(Column::create(text("x"), DataType::NUMERIC)->isDateTime());
     EXPECT_TRUE(dates->isContinuous());
     dates->setDataUsage(DataUsage::CATEGORICAL);
-    EXPECT_TRUE(dates->isCategorical());
+    EXPECT_TRUE(dates->isCategorical()) << "a numeric column used as categories is not continuous";
     EXPECT_TRUE(Column::create(text("s"), DataType::STRING)->isCategorical());
 }
 

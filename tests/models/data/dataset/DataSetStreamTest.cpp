@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <limits>
@@ -47,20 +45,16 @@ public:
     Bytes& taggedInt32(char tag, std::int32_t value) { return mark(tag).int32(value); }
     Bytes& taggedDouble(char tag, double value) { return mark(tag).float64(value); }
     Bytes& taggedBool(char tag, bool value) { return mark(tag).raw(value ? 1 : 0); }
-    Bytes& doubles(std::vector<double> values) {
+    template <typename Number>
+    Bytes& numbers(const std::vector<Number>& values) {
         version().mark('f').mark('c').mark('U').int32(static_cast<std::int32_t>(values.size())).mark('S');
-        for (const double value : values) {
-            float64(value);
+        for (const Number value : values) {
+            append(&value, sizeof(value));
         }
         return mark('T');
     }
-    Bytes& int32s(std::vector<std::int32_t> values) {
-        version().mark('f').mark('c').mark('U').int32(static_cast<std::int32_t>(values.size())).mark('S');
-        for (const std::int32_t value : values) {
-            int32(value);
-        }
-        return mark('T');
-    }
+    Bytes& doubles(const std::vector<double>& values) { return numbers(values); }
+    Bytes& int32s(const std::vector<std::int32_t>& values) { return numbers(values); }
     Bytes& nullShared() { return version().mark('a'); }
     Bytes& append(const Bytes& other) {
         text_ += other.text_;
@@ -122,8 +116,10 @@ std::shared_ptr<Column> stringColumn(std::string_view name, std::vector<std::int
     return column;
 }
 
-std::shared_ptr<DataSet> dataSetOf(std::vector<std::shared_ptr<Column>> columns, std::vector<std::string> table) {
-    auto dataSet = DataSet::create(std::make_shared<DataSet::ColumnList>(std::move(columns)));
+std::shared_ptr<DataSet> dataSetOf(std::vector<std::shared_ptr<Column>> columns, std::vector<std::string> table,
+                                   bool summarized = false) {
+    auto dataSet = DataSet::create(false, summarized);
+    dataSet->setColumns(std::make_shared<DataSet::ColumnList>(std::move(columns)));
     auto strings = std::make_shared<DataSet::StringTable>();
     for (const auto& entry : table) {
         strings->push_back(std::make_shared<const std::string>(entry));
@@ -171,14 +167,7 @@ std::shared_ptr<DataSet> randomDataSet(std::mt19937& random, bool summarized) {
             columns.back()->updateMetaData();
         }
     }
-    auto dataSet = DataSet::create(false, summarized);
-    dataSet->setColumns(std::make_shared<DataSet::ColumnList>(columns));
-    auto strings = std::make_shared<DataSet::StringTable>();
-    for (const auto& entry : table) {
-        strings->push_back(std::make_shared<const std::string>(entry));
-    }
-    dataSet->setStringTable(strings);
-    dataSet->assignStringValuesFromIndices();
+    auto dataSet = dataSetOf(columns, table, summarized);
     dataSet->setName(text("random"));
     dataSet->setComparisonEpsilon(std::ldexp(1.0, -int(random() % 30)));
     RowIndexSet selected, excluded;
@@ -221,12 +210,8 @@ void expectSameColumns(const DataSet& expected, const DataSet& actual) {
 }  // namespace
 
 TEST(DataSetStreamTest, NullDataSetIsThreeBytes) {
-    EXPECT_EQ(written(nullptr),
-              "V\x01"
-              "a");
-    MemoryInputStream stream(
-        std::string_view("V\x01"
-                         "a"));
+    EXPECT_EQ(written(nullptr), "V\001a");
+    MemoryInputStream stream(std::string_view("V\001a"));
     std::shared_ptr<DataSet> dataSet = DataSet::create();
     EXPECT_TRUE(DataSet::unserialize(stream, dataSet));
     EXPECT_FALSE(dataSet);
@@ -453,13 +438,10 @@ TEST(DataSetStreamTest, RowStatesClaimingOtherRowsAreFittedToTheDataSet) {
     EXPECT_EQ(readStates->getNumberOfRows(), 0x7FFFFFFF);
     EXPECT_EQ(readStates->getNumberOfSelectedIndices(), 2u);
 
-    const auto dataSet = DataSet::create(false, true);
-    dataSet->setColumns(std::make_shared<DataSet::ColumnList>(DataSet::ColumnList{numericColumn("n", {1, 2, 3})}));
+    const auto dataSet = dataSetOf({numericColumn("n", {1, 2, 3})}, {}, true);
     dataSet->selectRows({0});
     std::string bytes = written(dataSet);
-    Bytes original;
-    original.mark('g').raw(0xA1);
-    const auto at = bytes.find(original.str());
+    const auto at = bytes.find(Bytes().mark('g').raw(0xA1).str());
     ASSERT_NE(at, std::string::npos);
     bytes.replace(at, std::string::npos, states.str());
     bytes += Bytes().taggedInt32('b', 3).taggedBool('c', false).taggedBool('c', true).taggedDouble('b', 0).str();

@@ -4,6 +4,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "pellium/models/data/dataset/Column.h"
@@ -179,31 +180,24 @@ TEST(DataSet, ValidationReportsEveryProblemInCheckOrderWithItsMessage) {
         DataSet::ColumnList{numericColumn("amount", {1, 2, 3}), unnamed, nullptr, duplicate, untyped}));
     dataSet->setComparisonEpsilon(1.0);
 
-    const auto problems = dataSet->validate();
-    EXPECT_EQ(codesOf(problems),
-              (std::vector<int>{DataSet::DATASET_NO_NAME, DataSet::DATASET_INVALID_EXPSILON, DataSet::COLUMN_NO_NAME,
-                                DataSet::COLUMN_NO_LABEL, DataSet::COLUMN_INVALID_FORMAT, DataSet::COLUMN_INVALID_USAGE,
-                                DataSet::DATASET_NULL_COLUMN, DataSet::COLUMN_DUPLICATE_NAME,
-                                DataSet::COLUMN_DUPLICATE_LABEL, DataSet::COLUMN_NO_FORMAT,
-                                DataSet::COLUMN_UNDEFINED_DATA_TYPE, DataSet::DATASET_NONRECTANGULAR}));
-    std::vector<std::string> messages;
-    for (const auto& problem : problems) {
-        messages.push_back(*DataSet::getValidationMessage(problem));
+    const std::vector<std::pair<int, std::string>> expected{
+        {DataSet::DATASET_NO_NAME, "Null or 0-length dataset name"},
+        {DataSet::DATASET_INVALID_EXPSILON, "Invalid epsilon value: 1.000000"},
+        {DataSet::COLUMN_NO_NAME, "No name for column at position 1"},
+        {DataSet::COLUMN_NO_LABEL, "No label for column at position: 1"},
+        {DataSet::COLUMN_INVALID_FORMAT, "Invalid format (NOSUCHFORMAT) for column at position: 1"},
+        {DataSet::COLUMN_INVALID_USAGE, "String dataType with quantitative usage at position: 1"},
+        {DataSet::DATASET_NULL_COLUMN, "Null column at position 2"},
+        {DataSet::COLUMN_DUPLICATE_NAME, "Duplicate column with name: 'amount'"},
+        {DataSet::COLUMN_DUPLICATE_LABEL, "Duplicate column labels: 'amount'"},
+        {DataSet::COLUMN_NO_FORMAT, "Missing format for column at position: 4"},
+        {DataSet::COLUMN_UNDEFINED_DATA_TYPE, "No DataType for column at position: 4"},
+        {DataSet::DATASET_NONRECTANGULAR, "DataSet has 3 rows but column at position 4 has 5 values"}};
+    std::vector<std::pair<int, std::string>> reported;
+    for (const auto& problem : dataSet->validate()) {
+        reported.emplace_back(problem.code, *DataSet::getValidationMessage(problem));
     }
-    EXPECT_EQ(messages, (std::vector<std::string>{
-                            "Null or 0-length dataset name",
-                            "Invalid epsilon value: 1.000000",
-                            "No name for column at position 1",
-                            "No label for column at position: 1",
-                            "Invalid format (NOSUCHFORMAT) for column at position: 1",
-                            "String dataType with quantitative usage at position: 1",
-                            "Null column at position 2",
-                            "Duplicate column with name: 'amount'",
-                            "Duplicate column labels: 'amount'",
-                            "Missing format for column at position: 4",
-                            "No DataType for column at position: 4",
-                            "DataSet has 3 rows but column at position 4 has 5 values",
-                        }));
+    EXPECT_EQ(reported, expected);
     EXPECT_EQ(DataSet::getValidationCodeName(10014), "DATASET_INVALID_EXPSILON");
     EXPECT_EQ(DataSet::getValidationMessage({12, {}}), nullptr);
 }

@@ -26,34 +26,11 @@ std::string csvNumber(double number) {
 
 }  // namespace
 
-TEST(DataTokens, InternalTextsBelongToTheirCodesAndAreInterned) {
-    EXPECT_EQ(*DataTokens::getStringConstant(-100), "MATCHES_ALL");
-    EXPECT_EQ(*DataTokens::getStringConstant(-99), "~O");
-    EXPECT_EQ(*DataTokens::getStringConstant(-98), "~S");
-    EXPECT_EQ(*DataTokens::getStringConstant(-2), "~N");
-    EXPECT_EQ(*DataTokens::getStringConstant(-1), " ");
-    EXPECT_EQ(DataTokens::getStringConstant(-1000), nullptr);
-    EXPECT_EQ(DataTokens::getStringConstant(0), nullptr);
-    EXPECT_EQ(DataTokens::getStringConstant(-99), StringUtilities::internString(std::string_view("~O")));
-    EXPECT_EQ(*DataTokens::getMissingNumericDisplayString(), ".");
-    EXPECT_EQ(*DataTokens::getSuppressedNumericDisplayString(), "*");
-    EXPECT_EQ(*DataTokens::getSparseInternalDisplayString(), "-");
-    EXPECT_EQ(*DataTokens::getUnresolvableString(), "UNRESOLVED");
-}
-
-TEST(DataTokens, LocalizedTextsComeFromTheCurrentContext) {
-    EXPECT_EQ(textOrNull(DataTokens::getLocalizedDisplayString(-99)), "All Other");
-    EXPECT_EQ(textOrNull(DataTokens::getLocalizedDisplayString(-98)), "(suppressed)");
-    EXPECT_EQ(textOrNull(DataTokens::getLocalizedDisplayString(-1)), "(missing)");
-    EXPECT_EQ(DataTokens::getLocalizedDisplayString(-2), nullptr);
-    EXPECT_EQ(DataTokens::getLocalizedDisplayString(-100), nullptr);
-}
-
-TEST(DataTokens, MakeDataValueBuildsEachStateOfEachType) {
+TEST(DataTokens, EachCodeHasItsTextsAndItsValueOfEachType) {
     struct Case {
         DataType::type type;
         std::int32_t code;
-        std::string stringValue;  // the text of a string value
+        std::string stringValue;  // the text of a string value, the code's internal text
         double number;            // the number of a numeric value
         std::string formatted;
     };
@@ -76,7 +53,11 @@ TEST(DataTokens, MakeDataValueBuildsEachStateOfEachType) {
         EXPECT_EQ(value->isString(), c.type == DataType::STRING);
         if (value->isString()) {
             EXPECT_EQ(*value->getStringValue(), c.stringValue);
+            EXPECT_EQ(textOrNull(DataTokens::getStringConstant(c.code)), c.stringValue);
             EXPECT_EQ(value->getStringIndex(), c.code);
+            // The localized text is the formatted text where the internal one is not.
+            EXPECT_EQ(textOrNull(DataTokens::getLocalizedDisplayString(c.code)),
+                      c.formatted == c.stringValue ? "<null>" : c.formatted);
         } else {
             EXPECT_TRUE(value->getNumericValue() == c.number ||
                         (std::isnan(c.number) && std::isnan(value->getNumericValue())));
@@ -86,6 +67,11 @@ TEST(DataTokens, MakeDataValueBuildsEachStateOfEachType) {
     EXPECT_EQ(DataTokens::makeDataValue(DataType::STRING, 0), nullptr);
     EXPECT_EQ(DataTokens::makeDataValue(DataType::NUMERIC, -1000), nullptr);
     EXPECT_EQ(DataTokens::makeDataValue(static_cast<DataType::type>(2), -1), nullptr);
+    EXPECT_EQ(DataTokens::getStringConstant(-1000), nullptr);
+    EXPECT_EQ(DataTokens::getStringConstant(0), nullptr);
+    EXPECT_EQ(DataTokens::getStringConstant(-99), StringUtilities::internString(std::string_view("~O")));
+    EXPECT_EQ(*DataTokens::getSparseInternalDisplayString(), "-");
+    EXPECT_EQ(*DataTokens::getUnresolvableString(), "UNRESOLVED");
 }
 
 TEST(DataTokens, SortPlanesPutSpecialValuesInBands) {

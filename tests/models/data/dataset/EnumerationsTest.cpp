@@ -22,18 +22,6 @@ TEST(Enumerations, NamesConvertBothWays) {
     EXPECT_FALSE(DataType::isValid(-1));
 }
 
-TEST(Enumerations, EveryStatisticReadsBackFromItsNameAndItsXmlName) {
-    for (int value = 0; value < StatisticType::NUMBER_OF_VALUES; ++value) {
-        const auto statistic = static_cast<StatisticType::type>(value);
-        EXPECT_EQ(StatisticType::getValueFromString(StatisticType::getStringFromValue(statistic), StatisticType::NONE),
-                  statistic);
-        EXPECT_EQ(
-            StatisticType::getValueFromString(StatisticType::getXmlRepresentation(statistic), StatisticType::NONE),
-            statistic)
-            << StatisticType::getXmlRepresentation(statistic);
-    }
-}
-
 TEST(Enumerations, StatisticNamesMatchWithoutCaseAndHaveTheirExtraSpellings) {
     EXPECT_EQ(StatisticType::getValueFromString("STANDARDERRORSTATISTIC", StatisticType::SUM),
               StatisticType::STANDARD_ERROR);

@@ -16,9 +16,12 @@ SharedString text(std::string_view value) {
     return StringUtilities::internString(value);
 }
 
+std::shared_ptr<const DataValue::ValueList> list(DataValue::ValueList values) {
+    return std::make_shared<const DataValue::ValueList>(std::move(values));
+}
+
 std::shared_ptr<const DataValue::ValueList> row(double number, std::string_view name) {
-    return std::make_shared<const DataValue::ValueList>(
-        DataValue::ValueList{DataValue::create(number), DataValue::create(text(name), -1000)});
+    return list({DataValue::create(number), DataValue::create(text(name), -1000)});
 }
 
 // A data set of a numeric column "amount" and a string column "name".
@@ -72,11 +75,10 @@ TEST(MutableDataSetTest, RowsThatDoNotFitChangeNothingAndRaiseNothing) {
     auto dataSet = amountsAndNames(2);
     int events = 0;
     dataSet->addListenerForAllEvents([&](const std::shared_ptr<Event>&) { ++events; });
-    auto threeValues = std::make_shared<const DataValue::ValueList>(
-        DataValue::ValueList{DataValue::create(1), DataValue::create(2), DataValue::create(3)});
+    auto threeValues = list({DataValue::create(1), DataValue::create(2), DataValue::create(3)});
     EXPECT_FALSE(dataSet->appendRow(threeValues));
     EXPECT_FALSE(dataSet->appendRow(nullptr));
-    EXPECT_FALSE(dataSet->appendRow(std::make_shared<const DataValue::ValueList>()));
+    EXPECT_FALSE(dataSet->appendRow(list({})));
     EXPECT_FALSE(dataSet->insertRow(row(1, "x"), 3));
     EXPECT_FALSE(dataSet->insertRow(row(1, "x"), -1));
     EXPECT_FALSE(dataSet->deleteRow(-1));
@@ -154,7 +156,7 @@ TEST(MutableDataSetTest, ValuesAreCopiedInAndOut) {
     auto dataSet = amountsAndNames(0);
     auto number = DataValue::create(5);
     auto name = DataValue::create(text("five"), -1000);
-    dataSet->appendRow(std::make_shared<const DataValue::ValueList>(DataValue::ValueList{number, name}));
+    dataSet->appendRow(list({number, name}));
     number->setNumericValue(6);
     name->setStringValue(text("six"), -1000);
     dataSet->getDataValue(0, 0)->setNumericValue(7);
@@ -165,15 +167,14 @@ TEST(MutableDataSetTest, ValuesAreCopiedInAndOut) {
 
 TEST(MutableDataSetTest, NullAndForeignValuesEnterAsTheirColumnsType) {
     auto dataSet = amountsAndNames(0, true);
-    dataSet->appendRow(std::make_shared<const DataValue::ValueList>(DataValue::ValueList{nullptr, nullptr}));
+    dataSet->appendRow(list({nullptr, nullptr}));
     const auto missingNumber = dataSet->getDataValue(0, 0);
     EXPECT_TRUE(std::isnan(missingNumber->getNumericValue()));
     EXPECT_EQ(*missingNumber->getFormattedValue(), ".");
     EXPECT_TRUE(dataSet->getDataValue(0, 1)->isString());
     EXPECT_TRUE(dataSet->getDataValue(0, 1)->isMissing());
 
-    dataSet->appendRow(std::make_shared<const DataValue::ValueList>(
-        DataValue::ValueList{DataValue::create(text("12.5"), -1000), DataValue::create(3)}));
+    dataSet->appendRow(list({DataValue::create(text("12.5"), -1000), DataValue::create(3)}));
     EXPECT_EQ(dataSet->getDataValue(1, 0)->getNumericValue(), 12.5);
     EXPECT_EQ(*dataSet->getDataValue(1, 1)->getStringValue(), "3");
 
@@ -225,12 +226,10 @@ TEST(MutableDataSetTest, EditableCopyOfADataSetHasItsCellsAndSelection) {
 
 TEST(MutableDataSetTest, FirstColumnOfAnEmptyDataSetBringsItsRows) {
     auto dataSet = MutableDataSet::create();
-    auto values =
-        std::make_shared<const DataValue::ValueList>(DataValue::ValueList{DataValue::create(1), DataValue::create(2)});
+    auto values = list({DataValue::create(1), DataValue::create(2)});
     EXPECT_TRUE(dataSet->appendColumn(MutableColumn::create(DataType::NUMERIC, text("x")), values));
     EXPECT_EQ(dataSet->getNumberOfRows(), 2);
-    EXPECT_FALSE(dataSet->appendColumn(MutableColumn::create(DataType::NUMERIC, text("y")),
-                                       std::make_shared<const DataValue::ValueList>(DataValue::ValueList{})));
+    EXPECT_FALSE(dataSet->appendColumn(MutableColumn::create(DataType::NUMERIC, text("y")), list({})));
     EXPECT_EQ(dataSet->getRowStates()->getNumberOfRows(), 2);
 }
 

@@ -31,10 +31,6 @@ struct EventCounter {
     }
 };
 
-std::vector<bool> flagsOf(RowStates& states) {
-    return *states.getSelected();
-}
-
 RowIndexSet setOf(const std::vector<bool>& flags) {
     RowIndexSet rows;
     for (std::uint32_t row = 0; row < flags.size(); ++row) {
@@ -138,27 +134,6 @@ TEST(RowStatesTest, RandomOperationsKeepFlagsAndSetsInStepAndRaiseEventsOnlyOnCh
     }
 }
 
-TEST(RowStatesTest, ExclusiveExclusionRaisesOneEventAndNoneWhenRepeated) {
-    auto states = RowStates::create(5);
-    states->setExcludedAll(true);
-    EventCounter events(*states);
-    EXPECT_TRUE(states->setExcludedOnlyAtSpecifiedIndices(true, {2}));
-    EXPECT_EQ(*states->getExcludedIndices(), RowIndexSet{2});
-    EXPECT_EQ(*states->getExcluded(), (std::vector<bool>{false, false, true, false, false}));
-    EXPECT_EQ(events.excluded, 1);
-    EXPECT_FALSE(states->setExcludedOnlyAtSpecifiedIndices(true, {2}));
-    EXPECT_EQ(events.excluded, 1);
-    EXPECT_EQ(events.selected, 0);
-}
-
-TEST(RowStatesTest, InvertingNothingSelectedSelectsEveryRow) {
-    auto states = RowStates::create(4);
-    EXPECT_TRUE(states->invertSelections());
-    EXPECT_EQ(*states->getSelectedIndices(), (RowIndexSet{0, 1, 2, 3}));
-    EXPECT_TRUE(states->invertSelections());
-    EXPECT_FALSE(states->areAnySelected());
-}
-
 // A derived class that overrides the virtual selection operations sees invertSelections and
 // setSelectedAtIndex go through them.
 TEST(RowStatesTest, SingleRowAndInversionGoThroughTheVirtualOperations) {
@@ -253,7 +228,7 @@ TEST(SummarizedRowStatesTest, FractionsAndFlagsFollowEachOther) {
     auto states = SummarizedRowStates::create(4);
     EventCounter events(*states);
     EXPECT_TRUE(states->setPercentSelectedAtSpecifiedIndices(0.5f, {0, 1}));
-    EXPECT_EQ(flagsOf(*states), (std::vector<bool>{true, true, false, false}));
+    EXPECT_EQ(*states->getSelected(), (std::vector<bool>{true, true, false, false}));
     EXPECT_EQ(events.selected, 1);
     EXPECT_FALSE(states->setPercentSelectedAtSpecifiedIndices(0.5f, {0, 1}));
     EXPECT_EQ(events.selected, 1);

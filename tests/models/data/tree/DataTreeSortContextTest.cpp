@@ -25,14 +25,12 @@ constexpr auto DESCENDING = SortDirection::DESCENDING;
 constexpr auto DATA = SortDirection::DATA;
 
 // A member as the tests name it: its text, or <missing> and <others> for those members.
+std::string nameOf(bool allOthers, const DataValue* value, const SharedString& text) {
+    return allOthers ? "<others>" : value && value->isMissing() ? "<missing>" : text ? *text : "NULL";
+}
+
 std::string nameOf(const DataTreeNode& node) {
-    if (node.isAllOthers()) {
-        return "<others>";
-    }
-    if (node.getValue() && node.getValue()->isMissing()) {
-        return "<missing>";
-    }
-    return node.getFormattedValue() ? *node.getFormattedValue() : "NULL";
+    return nameOf(node.isAllOthers(), node.getValue().get(), node.getFormattedValue());
 }
 
 std::string names(const DataTreeNode::NodeList& nodes) {
@@ -41,6 +39,11 @@ std::string names(const DataTreeNode::NodeList& nodes) {
         joined.append(joined.empty() ? "" : " ").append(nameOf(*node));
     }
     return joined;
+}
+
+// The visible leaves of a hierarchy's display tree, in listing order.
+std::string leaves(const Hierarchy& hierarchy, const DataTreeSortContext& context) {
+    return names(hierarchy.getDisplay()->getDepthFirstListOfAllLeafNodesUnderThisNode(false, false, true, &context));
 }
 
 // Region > Product by Year, a sales measure, and a month level sorted by its number.
@@ -148,10 +151,7 @@ TEST(DataTreeSortContextTest, MeasureSortsKeepAllOthersLastAndTiesInDataOrder) {
 TEST(DataTreeSortContextTest, ColumnMembersSortByTheirValuesInARowMemberOrByTheRowTotal) {
     const Sales sales = Sales::make();
     const auto context = sales.context();
-    const auto years = [&] {
-        return names(
-            sales.years->getDisplay()->getDepthFirstListOfAllLeafNodesUnderThisNode(false, false, true, context.get()));
-    };
+    const auto years = [&] { return leaves(*sales.years, *context); };
     EXPECT_EQ(years(), "2021 2019 2020 <missing>");
     // Totals: 2021 21, 2019 14, 2020 109, missing 2.
     context->setSortStateForLevel("Year", MemberSortState::createByMeasure(DESCENDING, text("Sales")));
@@ -175,9 +175,7 @@ TEST(DataTreeSortContextTest, NestedLevelsSortIndependentlyWithinEachParent) {
     EXPECT_EQ(names(listed), "<missing> p3 Bär p2 Zorn p2 apple p2 p1 zebra p1 p3 Äpfel p2 ärlig p1 <others> p3");
     // Products keep their data order where only regions are sorted.
     context->setSortStateForLevel("Product", nullptr);
-    EXPECT_EQ(names(sales.rows->getDisplay()->getDepthFirstListOfAllLeafNodesUnderThisNode(false, false, true,
-                                                                                           context.get())),
-              "p3 p2 p2 p1 p2 p1 p3 p2 p1 p3");
+    EXPECT_EQ(leaves(*sales.rows, *context), "p3 p2 p2 p1 p2 p1 p3 p2 p1 p3");
 }
 
 TEST(DataTreeSortContextTest, StatesByNameWinOverStatesByIndexForTheHierarchyOverStatesForAll) {
@@ -233,14 +231,10 @@ TEST(DataTreeSortContextTest, RawValuesSortNumbersNumericallyAndUseTheSortOnRawC
     const auto context = DataTreeSortContext::create(crosstab, "en");
     context->setSortStateForLevel("Month", MemberSortState::createByRawValue(ASCENDING));
     context->setSortStateForLevel("Year", MemberSortState::createByRawValue(DESCENDING));
-    const auto list = [&](const std::shared_ptr<Hierarchy>& hierarchy) {
-        return names(
-            hierarchy->getDisplay()->getDepthFirstListOfAllLeafNodesUnderThisNode(false, false, true, context.get()));
-    };
-    EXPECT_EQ(list(months), "Jan Feb Mar Dec");
-    EXPECT_EQ(list(years), "2021 2020 2019 100 <missing>");  // numbers, not texts ("100" < "2019")
+    EXPECT_EQ(leaves(*months, *context), "Jan Feb Mar Dec");
+    EXPECT_EQ(leaves(*years, *context), "2021 2020 2019 100 <missing>");  // numbers, not texts ("100" < "2019")
     context->setSortStateForLevel("Month", MemberSortState::createByLabel(ASCENDING));
-    EXPECT_EQ(list(months), "Dec Feb Jan Mar");
+    EXPECT_EQ(leaves(*months, *context), "Dec Feb Jan Mar");
 }
 
 TEST(DataTreeSortContextTest, ADrilledDisplayTreeSortsTheLevelItShowsByItsSortOnRawValues) {
@@ -259,23 +253,17 @@ TEST(DataTreeSortContextTest, ADrilledDisplayTreeSortsTheLevelItShowsByItsSortOn
     time->drillDown(time->getDisplay()->getChildren().front());  // 2020
     const auto context = DataTreeSortContext::create(crosstab);
     context->setSortStateForLevelIndex(1, MemberSortState::createByRawValue(DESCENDING), "Time");
-    const auto list = [&] {
-        return names(
-            time->getDisplay()->getDepthFirstListOfAllLeafNodesUnderThisNode(false, false, true, context.get()));
-    };
-    EXPECT_EQ(list(), "Mar Feb Jan");
+    EXPECT_EQ(leaves(*time, *context), "Mar Feb Jan");
     context->setSortStateForLevelIndex(1, MemberSortState::createByLabel(DESCENDING), "Time");
-    EXPECT_EQ(list(), "Mar Jan Feb");
+    EXPECT_EQ(leaves(*time, *context), "Mar Jan Feb");
 }
 
 TEST(DataTreeSortContextTest, IteratorsAndDescriptionsVisitChildrenInSortedOrder) {
     const Sales sales = Sales::make();
-    const std::shared_ptr<const DataTreeSortContext> context = [&] {
-        auto made = sales.context();
-        made->setSortStateForLevel("Region", MemberSortState::createByLabel(DESCENDING, false));
-        made->setSortStateForLevel("Product", MemberSortState::createByLabel(DESCENDING, false));
-        return made;
-    }();
+    const auto made = sales.context();
+    made->setSortStateForLevel("Region", MemberSortState::createByLabel(DESCENDING, false));
+    made->setSortStateForLevel("Product", MemberSortState::createByLabel(DESCENDING, false));
+    const std::shared_ptr<const DataTreeSortContext> context = made;
     const auto display = sales.rows->getDisplay();
     DataTreeNode::NodeList depthFirst;
     for (DataTreeNodeDepthFirstIterator iterator(display, context); iterator.hasNext();) {
@@ -311,9 +299,7 @@ TEST(DataTreeSortContextTest, NormalizedCrossingsListBothAxesInSortedOrder) {
     for (std::int32_t row = 0; row < table->getNumberOfRows(); ++row) {
         const auto value = region.getDataValueAtIndex(row, false);
         regions.append(regions.empty() ? "" : " ")
-            .append(value->isAllOthers() ? std::string("<others>")
-                    : value->isMissing() ? std::string("<missing>")
-                                         : *value->getStringValue());
+            .append(nameOf(value->isAllOthers(), value.get(), value->getStringValue()));
     }
     EXPECT_EQ(regions, "zebra Äpfel Bär apple Zorn ärlig <missing> <others>");
     std::vector<std::string> measureColumns;
