@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <random>
@@ -125,17 +126,24 @@ double randomValue(std::mt19937_64& random, Kind kind, bool withMilliseconds = f
     return value;
 }
 
-// Compares `samples` random values and reports the first few differences.
+// Compares `samples` random values, other than those `skip` names, and reports the first few
+// differences.
 void expectSameAsIcu(const std::string& pattern, const std::string& locale, Kind kind, int samples, std::uint64_t seed,
-                     bool withMilliseconds = false) {
-    const IcuFormat icu(pattern, locale);
+                     bool withMilliseconds = false,
+                     DateFormatter::Calendar calendar = DateFormatter::Calendar::Gregorian,
+                     const std::function<bool(double)>& skip = nullptr) {
+    const bool hebrew = calendar == DateFormatter::Calendar::Hebrew;
+    const IcuFormat icu(pattern, locale, hebrew ? "hebrew" : "gregorian");
     ASSERT_TRUE(icu.isValid()) << pattern << " " << locale;
-    const auto formatter = DateFormatter::create(pattern, *LocalizationContext::create(locale));
+    const auto formatter = DateFormatter::create(pattern, *LocalizationContext::create(locale), calendar);
     std::mt19937_64 random(seed);
     int differences = 0;
     std::string ours;
     for (int sample = 0; sample < samples && differences < 3; ++sample) {
         const double value = randomValue(random, kind, withMilliseconds);
+        if (skip && skip(value)) {
+            continue;
+        }
         ours.clear();
         ASSERT_TRUE(formatter->format(value, kind, ours)) << value;
         const std::string expected = icu.format(value, kind);
@@ -147,24 +155,15 @@ void expectSameAsIcu(const std::string& pattern, const std::string& locale, Kind
     }
 }
 
-TEST(DateFormatterIcuTest, EveryEnUsPatternKeyRendersAsIcu) {
-    const auto context = LocalizationContext::create("en_US");
-    std::uint64_t seed = 1;
-    for (const auto& [key, kind] : patternKeys()) {
-        const auto pattern = context->getFormatString("vek_portable_formatters", key);
-        ASSERT_TRUE(pattern) << key;
-        expectSameAsIcu(*pattern, "en_US", kind, EN_US_SAMPLES, seed++);
-    }
-}
-
+// en_US, the locale most hosts use, takes many more samples than the others.
 TEST(DateFormatterIcuTest, EveryShippedLocalesPatternKeysRenderAsIcu) {
-    std::uint64_t seed = 1000;
+    std::uint64_t seed = 1;
     for (const auto& locale : shippedLocales()) {
         const auto context = LocalizationContext::create(locale);
         for (const auto& [key, kind] : patternKeys()) {
             const auto pattern = context->getFormatString("vek_portable_formatters", key);
             ASSERT_TRUE(pattern) << locale << " " << key;
-            expectSameAsIcu(*pattern, locale, kind, LOCALE_SAMPLES, seed++);
+            expectSameAsIcu(*pattern, locale, kind, locale == "en_US" ? EN_US_SAMPLES : LOCALE_SAMPLES, seed++);
         }
     }
 }
@@ -254,27 +253,12 @@ TEST_F(HebrewCalendarIcuTest, EveryDayAgreesWithIcuOutsideItsLateYears) {
 
 TEST_F(HebrewCalendarIcuTest, HebrewPatternKeysRenderAsIcuInEnUs) {
     const auto context = LocalizationContext::create("en_US");
-    std::mt19937_64 random(77);
+    std::uint64_t seed = 77;
     for (const std::string key : {"hdate.0", "hdate.1", "hdate.2", "hdate.3", "hebdate.0", "hebdate.1", "hebdate.2"}) {
         const auto pattern = context->getFormatString("vek_portable_formatters", key);
         ASSERT_TRUE(pattern) << key;
-        const IcuFormat icu(*pattern, "en_US", "hebrew");
-        ASSERT_TRUE(icu.isValid());
-        const auto formatter = DateFormatter::create(*pattern, *context, DateFormatter::Calendar::Hebrew);
-        int differences = 0;
-        for (int sample = 0; sample < EN_US_SAMPLES / 5 && differences < 3; ++sample) {
-            const double day = randomValue(random, Kind::Date);
-            if (isInLateYear(day)) {
-                continue;
-            }
-            std::string ours;
-            ASSERT_TRUE(formatter->format(day, Kind::Date, ours));
-            const std::string expected = icu.format(day, Kind::Date);
-            if (ours != expected) {
-                ++differences;
-                ADD_FAILURE() << key << " day " << day << ": \"" << ours << "\", ICU \"" << expected << "\"";
-            }
-        }
+        expectSameAsIcu(*pattern, "en_US", Kind::Date, EN_US_SAMPLES / 5, seed++, false,
+                        DateFormatter::Calendar::Hebrew, [this](double day) { return isInLateYear(day); });
     }
 }
 

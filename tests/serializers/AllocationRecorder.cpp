@@ -40,8 +40,7 @@ void AllocationRecorder::recordRelease(std::size_t blockSize) {
 // those made inside the library, passes through the active recorder. Block sizes come from the C
 // library, so that a release needs no size from its caller.
 void* operator new(std::size_t size) {
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-        pellium::test::AllocationRecorder::recordAllocation(size, malloc_usable_size(memory));
+    if (void* memory = operator new(size, std::nothrow)) {
         return memory;
     }
     throw std::bad_alloc();

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdio>
 #include <set>
 #include <sstream>
 #include <type_traits>
@@ -375,16 +374,12 @@ std::string writeToString(const SerialBlockCase& blockCase) {
 }
 
 TestInput::TestInput(StreamKind kind, std::string bytes) : bytes_(std::make_unique<std::string>(std::move(bytes))) {
-    switch (kind) {
-        case StreamKind::StringStream:
-            stream_ = std::make_unique<std::istringstream>(*bytes_);
-            break;
-        case StreamKind::Memory:
-            stream_ = std::make_unique<MemoryInputStream>(*bytes_);
-            break;
-        case StreamKind::Trickle:
-            stream_ = std::make_unique<TrickleStream>(*bytes_);
-            break;
+    if (kind == StreamKind::Trickle) {
+        stream_ = std::make_unique<TrickleStream>(*bytes_);
+    } else if (kind == StreamKind::Memory) {
+        stream_ = std::make_unique<MemoryInputStream>(*bytes_);
+    } else {
+        stream_ = std::make_unique<std::istringstream>(*bytes_);
     }
 }
 
@@ -393,23 +388,16 @@ bool TestInput::isExhausted() {
 }
 
 std::string streamKindName(StreamKind kind) {
-    switch (kind) {
-        case StreamKind::StringStream:
-            return "StringStream";
-        case StreamKind::Memory:
-            return "Memory";
-        case StreamKind::Trickle:
-            return "Trickle";
-    }
-    return "Unknown";
+    static constexpr const char* NAMES[] = {"StringStream", "Memory", "Trickle"};
+    return NAMES[static_cast<int>(kind)];
 }
 
 std::string hex(const std::string& bytes) {
+    static constexpr char DIGITS[] = "0123456789ABCDEF";
     std::string text;
     for (const char byte : bytes) {
-        std::array<char, 4> pair{};
-        std::snprintf(pair.data(), pair.size(), "%02X ", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-        text += pair.data();
+        const auto value = static_cast<unsigned char>(byte);
+        text += {DIGITS[value >> 4U], DIGITS[value & 0xFU], ' '};
     }
     return text;
 }

@@ -109,15 +109,4 @@ TEST(SerialWriter, CountsAndTextsBeyondSigned32BitsFailBeforeAnyByteIsWritten) {
     munmap(pages, length);
 }
 
-TEST(SerialWriter, SharedFormsAcceptBothConstAndMutableVectors) {
-    std::ostringstream mutableStream;
-    std::ostringstream constStream;
-    SerialWriter mutableWriter(mutableStream);
-    SerialWriter constWriter(constStream);
-    const auto numbers = std::make_shared<std::vector<double>>(std::vector<double>{1.0, 2.0});
-    EXPECT_TRUE(mutableWriter.writeSharedPrimitiveVector(numbers));
-    EXPECT_TRUE(constWriter.writeSharedPrimitiveVector(std::shared_ptr<const std::vector<double>>(numbers)));
-    EXPECT_EQ(mutableStream.str(), constStream.str());
-}
-
 }  // namespace pellium
