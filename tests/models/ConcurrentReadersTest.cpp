@@ -6,7 +6,6 @@
 // aggregators, string positions) are made while the threads race for them.
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cmath>
 #include <cstdint>

@@ -46,22 +46,10 @@ bool oracle(BinaryRelationalOperator::type op, double left, double right) {
         return false;
     }
     const auto key = [](double number) { return std::make_tuple(!isMissing(number), isMissing(number) ? 0 : number); };
-    switch (op) {
-        case BinaryRelationalOperator::EQ:
-            return key(left) == key(right);
-        case BinaryRelationalOperator::NE:
-            return key(left) != key(right);
-        case BinaryRelationalOperator::GT:
-            return key(left) > key(right);
-        case BinaryRelationalOperator::GE:
-            return key(left) >= key(right);
-        case BinaryRelationalOperator::LT:
-            return key(left) < key(right);
-        case BinaryRelationalOperator::LE:
-            return key(left) <= key(right);
-        default:
-            return false;
-    }
+    const auto l = key(left);
+    const auto r = key(right);
+    const bool answers[] = {false, l == r, l != r, l > r, l >= r, l < r, l <= r};  // NONE, EQ, NE, GT, GE, LT, LE
+    return answers[op];
 }
 
 const double VALUES[] = {NaN, LOWEST, -1, 0, 1, 2.5, SUPPRESSED};

@@ -46,31 +46,23 @@ TEST(FunctionExpressionTest, NumberFunctionsAgreeWithTheCLibraryAndTheCalendar) 
         {"Plus(1, 2, 3)", 6},
         {"Times(2, 3, 4)", 24},
         {"-Sales", -200},
-        {"Sales / 0", NaN},
-        {"Sales + Nothing", NaN},
         {"Sales + Hidden", DataTokens::SUPPRESSED_NUMERIC},
         {"Power(2, 10)", 1024},
-        {"Power(-8, 0.5)", NaN},
         {"Root(16)", 4},
         {"Root(-27, 3)", -3},
         {"Abs(-2.5)", 2.5},
         {"Trunc(-2.7)", -2},
         {"Mod(7, 3)", 1},
         {"Mod(-7, 3)", std::fmod(-7.0, 3.0)},
-        {"Mod(7, 0)", NaN},
         {"Floor(-2.5)", -3},
         {"Ceil(-2.5)", -2},
         {"Round(2.5)", 3},
         {"Round(-2.5)", -3},
         {"Round(1234.5678, 0.01)", std::round(1234.5678 / 0.01) * 0.01},
         {"Exp(1)", std::exp(1.0)},
-        {"Exp(1000)", NaN},
-        {"Ln(0)", NaN},
         {"Log(1000)", 3},
         {"Log(8, 2)", 3},
         {"MDY(2, 29, 2024)", day},
-        {"MDY(2, 30, 2024)", NaN},
-        {"MDY(Nothing, 1, 2024)", NaN},
         {"TMDY(2, 29, 2024)", day * TimeUtilities::SECONDS_PER_DAY},
         {"YYQ(2024, 2)", TimeUtilities::mdy(4, 1, 2024)},
         {"HMS(1, 30, 15)", 5415},
@@ -87,10 +79,8 @@ TEST(FunctionExpressionTest, NumberFunctionsAgreeWithTheCLibraryAndTheCalendar) 
         {"Hour(Moment)", 13},
         {"Minute(Moment)", 45},
         {"Second(Moment)", 30.5},
-        {"Year(1e300)", NaN},
         {"IfElse(Sales > Cost, 1, 2)", 1},
         {"Cast('12.5', NUMBER)", 12.5},
-        {"Cast(Region, NUMBER)", NaN},
         {"Find('banana', 'an')", 2},
         {"Find('banana', 'an', 3)", 4},
         {"Find('banana', 'x')", 0},
@@ -98,16 +88,17 @@ TEST(FunctionExpressionTest, NumberFunctionsAgreeWithTheCLibraryAndTheCalendar) 
         {"FindChar('Zürich', 'ich')", 4},
         {"Length('Zürich')", 6},
         {"Length(Name)", 11},
-        {"Aggregate(Sales, Sum)", NaN},
-        {"Percentile(Sales, 50)", NaN},
     };
     for (const auto& entry : cases) {
-        const double actual = evaluateNumber(entry.text, *context);
-        if (std::isnan(entry.expected)) {
-            EXPECT_TRUE(std::isnan(actual)) << entry.text << " gave " << actual;
-        } else {
-            EXPECT_DOUBLE_EQ(actual, entry.expected) << entry.text;
-        }
+        EXPECT_DOUBLE_EQ(evaluateNumber(entry.text, *context), entry.expected) << entry.text;
+    }
+    // Missing answers: no value, a date or power out of range, a text that is no number, and
+    // aggregates, which need a data set.
+    for (const std::string_view text : {"Sales / 0", "Sales + Nothing", "Power(-8, 0.5)", "Mod(7, 0)", "Exp(1000)",
+                                        "Ln(0)", "MDY(2, 30, 2024)", "MDY(Nothing, 1, 2024)", "Year(1e300)",
+                                        "Cast(Region, NUMBER)", "Aggregate(Sales, Sum)", "Percentile(Sales, 50)"}) {
+        const double actual = evaluateNumber(text, *context);
+        EXPECT_TRUE(std::isnan(actual)) << text << " gave " << actual;
     }
     const double now = evaluateNumber("Now()", *context);
     EXPECT_NEAR(now, TimeUtilities::now(), 60);

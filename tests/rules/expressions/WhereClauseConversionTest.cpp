@@ -1,4 +1,3 @@
-#include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
@@ -32,23 +31,14 @@ namespace {
 constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
 
+constexpr double SPARSE = DataTokens::SPARSE_NUMERIC;
+constexpr double SUPPRESSED = DataTokens::SUPPRESSED_NUMERIC;
+constexpr double MATCHES_ALL = DataTokens::MATCHES_ALL_NUMERIC;
+constexpr double ALL_OTHERS = DataTokens::ALL_OTHERS_NUMERIC;
+
 // Numbers with every special state, and values on both sides of the constants below.
-const double NUMBERS[] = {NOT_A_NUMBER,
-                          DataTokens::SPARSE_NUMERIC,
-                          DataTokens::SUPPRESSED_NUMERIC,
-                          DataTokens::MATCHES_ALL_NUMERIC,
-                          DataTokens::ALL_OTHERS_NUMERIC,
-                          -INFINITE,
-                          INFINITE,
-                          -1,
-                          -0.0,
-                          0,
-                          0.5,
-                          1,
-                          1 + 1e-12,
-                          2,
-                          5,
-                          100};
+const double NUMBERS[] = {NOT_A_NUMBER, SPARSE, SUPPRESSED, MATCHES_ALL, ALL_OTHERS, -INFINITE, INFINITE, -1,
+                          -0.0,         0,      0.5,        1,           1 + 1e-12,  2,         5,        100};
 // Texts with blank ones, one-letter prefixes and case variants.
 const std::string_view TEXTS[] = {"East", "West", "east", "E", "", " ", ".", "Zürich", "\t x"};
 // Token codes, table positions and one position the table lacks (a cell without text).
@@ -84,7 +74,7 @@ std::shared_ptr<DataSet> makeDataSet(unsigned seed, std::int32_t rows, double ep
         auto numbers = std::make_shared<Column::NumberVector>();
         for (std::int32_t row = 0; row < rows; ++row) {
             const double number = NUMBERS[pick(std::size(NUMBERS))];
-            numbers->push_back(epsilon != 0 && number == DataTokens::MATCHES_ALL_NUMERIC ? 7.0 : number);
+            numbers->push_back(epsilon != 0 && number == MATCHES_ALL ? 7.0 : number);
         }
         auto column = Column::create(StringUtilities::internString(name), DataType::NUMERIC);
         column->setNumbers(numbers);
@@ -185,8 +175,7 @@ private:
 
     std::shared_ptr<Expression> number() {
         const double number = pick(6) == 0 ? 3.0 : NUMBERS[pick(std::size(NUMBERS))];
-        return ConstantNumberExpression::create(
-            avoidsLargestDouble_ && number == DataTokens::MATCHES_ALL_NUMERIC ? 7.0 : number);
+        return ConstantNumberExpression::create(avoidsLargestDouble_ && number == MATCHES_ALL ? 7.0 : number);
     }
 
     std::shared_ptr<Expression> comparison() {
@@ -330,19 +319,6 @@ TEST(WhereClauseConversionTest, WritesEachTestAsItsComparisonAndTheSpecialCellsI
     }
 }
 
-// "?" is the symbol of no operator: such a comparison is false in every row, and its negation true.
-TEST(WhereClauseConversionTest, AComparisonWithoutAnOperatorIsFalse) {
-    const auto dataSet = makeDataSet(5, 8);
-    for (const auto& [text, selectsAll] : {std::pair{"Sales ? 0.1", false}, std::pair{".1 ? Sales", false},
-                                           std::pair{"NOT (Sales ? 0.1)", true}}) {
-        const auto filter = ExpressionUtil::createExpression(text);
-        ASSERT_NE(filter, nullptr) << text;
-        const auto clause = filter->asWhereExpression(dataSet, nullptr, nullptr);
-        EXPECT_EQ(describe(clause), selectsAll ? "TRUE" : "FALSE") << text;
-        expectSameRows(dataSet, *filter, clause);
-    }
-}
-
 TEST(WhereClauseConversionTest, AnswersNullForFiltersNoWhereClauseExpresses) {
     for (const std::string_view text :
          {"Sales > Cost", "Sales - Cost > 0", "BeginsWith(Region, 'E')", "Equal(Region, 'East', LeadingAndTrailing)",
@@ -375,16 +351,20 @@ TEST(WhereClauseConversionTest, TakesColumnTypesAndLabelsFromLevelsWithoutADataS
     EXPECT_EQ(*clause->getDescription(true, true), "(Region EQ East, label=The Region, format=BEST12.)");
 }
 
-// Such an item has no type, so where its own type decides (on the right of a comparison, tested by
-// Between or In) it compares as a missing number even with texts: '.<' as a number is missing too.
-TEST(WhereClauseConversionTest, AColumnTheDataSetLacksIsMissingInEveryRow) {
+// A column the data set lacks is missing in every row. Such an item has no type, so where its own
+// type decides (on the right of a comparison, tested by Between or In) it compares as a missing
+// number even with texts: '.<' as a number is missing too. "?" is the symbol of no operator: such a
+// comparison is false in every row, and its negation true.
+TEST(WhereClauseConversionTest, AbsentColumnsAndComparisonsWithoutAnOperatorSelectAllOrNothing) {
     auto dataSet = makeDataSet(3, 8);
     for (const auto& [text, selectsAll] :
          {std::pair{"Missing(Absent)", true}, std::pair{"Absent = 5", false}, std::pair{"Absent < 5", true},
           std::pair{"Region = 5", false}, std::pair{"NOT Region = 5", true}, std::pair{"Absent = 'x'", false},
           std::pair{"'.<' = Absent", true}, std::pair{"5 = Absent", false},
-          std::pair{"BetweenInclusive(Absent, 'x', 'y')", true}, std::pair{"In(Absent, ['x'])", true}}) {
+          std::pair{"BetweenInclusive(Absent, 'x', 'y')", true}, std::pair{"In(Absent, ['x'])", true},
+          std::pair{"Sales ? 0.1", false}, std::pair{".1 ? Sales", false}, std::pair{"NOT (Sales ? 0.1)", true}}) {
         const auto filter = ExpressionUtil::createExpression(text);
+        ASSERT_NE(filter, nullptr) << text;
         const auto clause = filter->asWhereExpression(dataSet, nullptr, nullptr);
         EXPECT_EQ(describe(clause), selectsAll ? "TRUE" : "FALSE") << text;
         expectSameRows(dataSet, *filter, clause);

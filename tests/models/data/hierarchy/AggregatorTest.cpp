@@ -17,10 +17,6 @@ namespace pellium::test {
 
 namespace {
 
-bool sameNumber(double left, double right) {
-    return (std::isnan(left) && std::isnan(right)) || left == right;
-}
-
 struct Fed {
     const char* name;
     std::vector<double> numbers;
@@ -234,10 +230,7 @@ TEST(AggregatorTest, TravelsThroughTheStreamWithItsDistinctValues) {
         aggregator->aggregate(number, 2, 1);
     }
     aggregator->aggregate(text("x"), 3, 1, 0);
-    std::stringstream stream;
-    SerialWriter writer(stream);
-    ASSERT_TRUE(Aggregator::serialize(writer, aggregator));
-    const std::string bytes = stream.str();
+    const std::string bytes = streamOf(aggregator);
     MemoryInputStream input(bytes);
     SerialReader reader(input);
     std::shared_ptr<Aggregator> read;

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <optional>
-#include <set>
 #include <sqlite3.h>
 #include <string>
 #include <vector>
@@ -11,9 +10,6 @@
 #include "tests/models/data/hierarchy/SqliteOracle.h"
 
 #include "pellium/models/data/dataset/DataValue.h"
-#include "pellium/models/data/hierarchy/Hierarchy.h"
-#include "pellium/models/data/hierarchy/HierarchyDataSet.h"
-#include "pellium/models/data/hierarchy/Level.h"
 #include "pellium/models/data/tree/DataTreeNode.h"
 
 // Every crossing of Region > Product by Year, totals included, against SQLite's GROUP BY over the
@@ -149,23 +145,6 @@ std::shared_ptr<DataTreeNode> queryNode(const std::optional<std::string>& key) {
     return key ? DataTreeNode::create(text(*key)) : getMatchesAllQueryNodePathWithLength(1).front();
 }
 
-bool sameNumber(double left, double right) {
-    return (std::isnan(left) && std::isnan(right)) || left == right;
-}
-
-std::shared_ptr<HierarchyDataSet> makeCrosstab(const std::shared_ptr<DataSet>& dataSet, bool weighted) {
-    const auto level = [&](std::string_view name) { return Level::createForColumn(*dataSet->getColumnWithName(name)); };
-    auto rows = Hierarchy::create(text("Rows"), text("Rows"), {level("Region"), level("Product")});
-    auto columns = Hierarchy::create(text("Years"), text("Years"), {level("Year")});
-    auto crosstab = HierarchyDataSet::create({rows, columns}, {text("Value"), text("ValueDistinct"), text("Label")});
-    if (weighted) {
-        crosstab->setFrequencyColumnNames(text("Frequency"), text("FrequencyWithMissing"));
-    }
-    crosstab->setCrosstabDataSet(true);
-    crosstab->setDataSet(dataSet);
-    return crosstab;
-}
-
 class HierarchyDataSetOracleTest : public ::testing::TestWithParam<bool> {};
 
 TEST_P(HierarchyDataSetOracleTest, EveryCrossingEqualsGroupByOfTheSameRows) {
@@ -176,7 +155,7 @@ TEST_P(HierarchyDataSetOracleTest, EveryCrossingEqualsGroupByOfTheSameRows) {
         Sqlite sqlite;
         loadRows(sqlite, *dataSet, weighted);
         const auto groups = groupEverySubset(sqlite);
-        const auto crosstab = makeCrosstab(dataSet, weighted);
+        const auto crosstab = salesCrosstab(dataSet, true, weighted);
         const auto& root = crosstab->getDataTreeRoot();
 
         auto templates = std::make_shared<Aggregator::AggregatorList>();

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <map>
 #include <random>
 #include <set>
 #include <sstream>
@@ -10,9 +9,6 @@
 
 #include "pellium/models/data/dataset/DataValue.h"
 #include "pellium/models/data/dataset/PartiallyAggregatedColumn.h"
-#include "pellium/models/data/hierarchy/Hierarchy.h"
-#include "pellium/models/data/hierarchy/HierarchyDataSet.h"
-#include "pellium/models/data/hierarchy/Level.h"
 #include "pellium/models/data/tree/DataTreeNode.h"
 #include "pellium/serializers/MemoryInputStream.h"
 #include "pellium/serializers/SerialReader.h"
@@ -22,20 +18,8 @@ namespace pellium::test {
 
 namespace {
 
-bool sameNumber(double left, double right) {
-    return (std::isnan(left) && std::isnan(right)) || left == right;
-}
-
 std::shared_ptr<Level> levelFor(const DataSet& dataSet, std::string_view name) {
     return Level::createForColumn(*dataSet.getColumnWithName(name));
-}
-
-std::shared_ptr<HierarchyDataSet> salesCrosstab(const std::shared_ptr<DataSet>& dataSet) {
-    auto rows = Hierarchy::create(text("Rows"), nullptr, {levelFor(*dataSet, "Region"), levelFor(*dataSet, "Product")});
-    auto columns = Hierarchy::create(text("Years"), nullptr, {levelFor(*dataSet, "Year")});
-    auto crosstab = HierarchyDataSet::create({rows, columns}, {text("Value"), text("ValueDistinct"), text("Label")});
-    crosstab->setDataSet(dataSet);
-    return crosstab;
 }
 
 SharedString formattedCell(const Column& column, std::int32_t row) {
@@ -138,7 +122,10 @@ TEST(HierarchyDataSetTest, PartiallyAggregatedMeasuresReadTheirSubColumns) {
     dataSet->setStringTable(std::make_shared<DataSet::StringTable>(DataSet::StringTable{text("East")}));
     dataSet->assignStringValuesFromIndices();
 
-    const auto tree = HierarchyDataSet::create(dataSet, text("t"), {text("Region")}, {text("Sales")}, true);
+    const auto summarize = [&] {
+        return HierarchyDataSet::create(dataSet, text("t"), {text("Region")}, {text("Sales")}, true);
+    };
+    const auto tree = summarize();
     const auto values = tree->getMeasureValuesAtCrossing({{}});
     ASSERT_EQ(values.size(), 1U);
     EXPECT_EQ(values[0]->getNumericValue(), 60.0 / 10.0);  // sum of sums over sum of frequencies
@@ -146,19 +133,19 @@ TEST(HierarchyDataSetTest, PartiallyAggregatedMeasuresReadTheirSubColumns) {
     EXPECT_EQ(aggregator.getNumericValue(StatisticType::FREQUENCY_WITH_MISSING), 12);
 
     sales->setAggregation(StatisticType::MEDIAN);
-    const auto medians = HierarchyDataSet::create(dataSet, text("t"), {text("Region")}, {text("Sales")}, true);
+    const auto medians = summarize();
     EXPECT_EQ(medians->getMeasureValuesAtCrossing({{}})[0]->getNumericValue(), 17);  // medians are summed
     EXPECT_FALSE(medians->hadFatalDataError());
 
     sales->setAggregation(StatisticType::MODE);  // no sub-column: missing values, one each
-    const auto modes = HierarchyDataSet::create(dataSet, text("t"), {text("Region")}, {text("Sales")}, true);
+    const auto modes = summarize();
     const auto& modeAggregator = *(*modes->getDataTreeRoot()->getChildren()[0]->getMeasureAggregators())[0];
     EXPECT_TRUE(std::isnan(modeAggregator.getSum()));
     EXPECT_EQ(modeAggregator.getMissingCount(), 3);
 
     sales->setColumnForAggregation(sub({2, NaN, 5}), StatisticType::FREQUENCY);
     sales->setAggregation(StatisticType::SUM);
-    const auto broken = HierarchyDataSet::create(dataSet, text("t"), {text("Region")}, {text("Sales")}, true);
+    const auto broken = summarize();
     EXPECT_TRUE(broken->hadFatalDataError());
 }
 

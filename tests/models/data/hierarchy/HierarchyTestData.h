@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -11,6 +12,9 @@
 #include "pellium/models/data/dataset/Column.h"
 #include "pellium/models/data/dataset/DataSet.h"
 #include "pellium/models/data/dataset/DataTokens.h"
+#include "pellium/models/data/hierarchy/Hierarchy.h"
+#include "pellium/models/data/hierarchy/HierarchyDataSet.h"
+#include "pellium/models/data/hierarchy/Level.h"
 #include "pellium/models/data/hierarchy/StatisticType.h"
 
 // Data sets for the hierarchy tests: small hand-made ones and random ones with every special
@@ -21,6 +25,11 @@ inline constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
 
 inline SharedString text(std::string_view value) {
     return StringUtilities::internString(value);
+}
+
+/// Equal numbers, or both missing.
+inline bool sameNumber(double left, double right) {
+    return (std::isnan(left) && std::isnan(right)) || left == right;
 }
 
 /// Builds a data set column by column; string columns share one table.
@@ -144,5 +153,20 @@ struct RandomSales {
             .make("sales");
     }
 };
+
+/// The crosstab of a RandomSales data set: Region > Product by Year over Value, ValueDistinct and Label.
+inline std::shared_ptr<HierarchyDataSet> salesCrosstab(const std::shared_ptr<DataSet>& dataSet, bool isCrosstab = false,
+                                                       bool weighted = false) {
+    const auto level = [&](std::string_view name) { return Level::createForColumn(*dataSet->getColumnWithName(name)); };
+    auto rows = Hierarchy::create(text("Rows"), text("Rows"), {level("Region"), level("Product")});
+    auto columns = Hierarchy::create(text("Years"), text("Years"), {level("Year")});
+    auto crosstab = HierarchyDataSet::create({rows, columns}, {text("Value"), text("ValueDistinct"), text("Label")});
+    if (weighted) {
+        crosstab->setFrequencyColumnNames(text("Frequency"), text("FrequencyWithMissing"));
+    }
+    crosstab->setCrosstabDataSet(isCrosstab);
+    crosstab->setDataSet(dataSet);
+    return crosstab;
+}
 
 }  // namespace pellium::test

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <random>
-#include <sstream>
 
 #include "WhereTestData.h"
 
@@ -246,12 +245,6 @@ TEST(WhereClauseExpressionTest, OrderingIsAStrictWeakOrdering) {
 
 // --- Stream form ------------------------------------------------------------------------------------
 
-std::string bytesOf(const std::shared_ptr<const AbstractWhereClauseExpression>& clause) {
-    std::ostringstream stream;
-    EXPECT_TRUE(AbstractWhereClauseExpression::serialize(stream, clause));
-    return stream.str();
-}
-
 std::shared_ptr<AbstractWhereClauseExpression> readBack(const std::string& bytes, bool expectSuccess = true) {
     MemoryInputStream stream(bytes);
     std::shared_ptr<AbstractWhereClauseExpression> clause;
@@ -266,27 +259,14 @@ TEST(WhereClauseStreamTest, BytesOfALeafAndOfCompounds) {
                                   "b\x00\x00\x00\x00\x00\x00\xF8\x7F"s + "dU\x01\x00\x00\x00"s + "E" +  // the value
                                   "c\x01\x00\x00\x00"s;                                                 // EQ
     EXPECT_EQ(bytesOf(leaf("R", Op::EQ, string("E"))), leafBytes);
-    EXPECT_EQ(bytesOf(nullptr),
-              "V\x01"
-              "a");
+    EXPECT_EQ(bytesOf(nullptr), "V\x01"s + "a");
     EXPECT_EQ(bytesOf(CompoundWhereClauseExpression::createWithoutChildren()),
-              "V\x01g\x99"
-              "a"
-              "c\x09\x00\x00\x00"
-              "ac\x00"s);
+              "V\x01g\x99"s + "a" + "c\x09\x00\x00\x00"s + "ac\x00"s);
     auto named = compound(Op::AND, {leaf("R", Op::EQ, string("E")), nullptr});
     named->setName(text("N"));
     named->setIsHierarchical(true);
-    EXPECT_EQ(bytesOf(named),
-              "V\x01g\x99"
-              "fU\x02\x00\x00\x00S"s +
-                  leafBytes +
-                  "V\x01"
-                  "a"
-                  "T"
-                  "c\x08\x00\x00\x00"
-                  "dU\x01\x00\x00\x00N"
-                  "c\x01"s);
+    EXPECT_EQ(bytesOf(named), "V\x01g\x99"s + "fU\x02\x00\x00\x00S"s + leafBytes + "V\x01"s + "a" + "T" +
+                                  "c\x08\x00\x00\x00"s + "dU\x01\x00\x00\x00N"s + "c\x01"s);
 }
 
 TEST(WhereClauseStreamTest, RoundTripsKeepNullVectorsNullChildrenAndEveryField) {
@@ -301,9 +281,7 @@ TEST(WhereClauseStreamTest, RoundTripsKeepNullVectorsNullChildrenAndEveryField) 
     const auto withoutChildren = readBack(bytesOf(CompoundWhereClauseExpression::createWithoutChildren()));
     ASSERT_TRUE(withoutChildren && withoutChildren->isCompound());
     EXPECT_EQ(static_cast<const CompoundWhereClauseExpression&>(*withoutChildren).getExpressions(), nullptr);
-    EXPECT_EQ(readBack("V\x01"
-                       "a"),
-              nullptr);
+    EXPECT_EQ(readBack(std::string("V\x01") + "a"), nullptr);
 }
 
 TEST(WhereClauseStreamTest, MalformedBytesFailWithoutCrashing) {
@@ -318,10 +296,7 @@ TEST(WhereClauseStreamTest, MalformedBytesFailWithoutCrashing) {
     unknownClass[3] = '\x42';
     readBack(unknownClass, false);  // nothing held to read into
     // A child count larger than the bytes could hold is refused before anything is made.
-    readBack(std::string("V\x01g\x99"
-                         "fU\xFF\xFF\xFF\x7FS",
-                         12),
-             false);
+    readBack(std::string("V\x01g\x99") + "fU\xFF\xFF\xFF\x7FS", false);
 }
 
 TEST(WhereClauseStreamTest, NestingIsBoundedSoHostileBytesCannotExhaustTheStack) {

@@ -1,6 +1,5 @@
 #include <functional>
 #include <gtest/gtest.h>
-#include <sstream>
 
 #include "WhereTestData.h"
 
@@ -13,19 +12,6 @@ using namespace pellium::test;
 using Op = WhereClauseOperators;
 using Simplify = WhereClauseSimplification;
 using Clause = std::shared_ptr<AbstractWhereClauseExpression>;
-
-std::string textOf(const Clause& clause) {
-    if (!clause) {
-        return "<null>";
-    }
-    return *clause->getDescription(false, false);
-}
-
-std::string bytesOf(const Clause& clause) {
-    std::ostringstream stream;
-    AbstractWhereClauseExpression::serialize(stream, clause);
-    return stream.str();
-}
 
 const auto x = leaf("x", Op::EQ, number(1));
 const auto xAgain = leaf("x", Op::EQ, number(1));

@@ -213,7 +213,6 @@ TEST(WhereEvaluatorTest, DiagnosticText) {
                           compound(Op::NOT, {leaf("ghost", Op::EQ, number(1))}), WhereClauseExpression::create(true)});
     EXPECT_EQ(*WhereEvaluator::create(tree, data, false, false)->getStringRepresentation(),
               "(((n GT 2.5) AND (s EQ a)) OR NOT(FALSE) OR TRUE)");
-    EXPECT_EQ(WhereEvaluator::getRoutineName(Routine::EPSILON_NE), "_eval_epsilon_ne");
 }
 
 TEST(WhereEvaluatorTest, RowsBeyondAColumnThrowFromBothPaths) {

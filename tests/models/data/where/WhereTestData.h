@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cmath>
+#include <gtest/gtest.h>
 #include <limits>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -73,6 +75,18 @@ inline std::shared_ptr<const AbstractWhereClauseExpression::RowMap> rowOf(const 
         map->insert_or_assign(*column->getName(), column->getDataValueAtIndex(row));
     }
     return map;
+}
+
+/// The machine form of a clause without labels and formats, "<null>" for none.
+inline std::string textOf(const std::shared_ptr<const AbstractWhereClauseExpression>& clause) {
+    return clause ? *clause->getDescription(false, false) : "<null>";
+}
+
+/// The stream form of a clause.
+inline std::string bytesOf(const std::shared_ptr<const AbstractWhereClauseExpression>& clause) {
+    std::ostringstream stream;
+    EXPECT_TRUE(AbstractWhereClauseExpression::serialize(stream, clause));
+    return stream.str();
 }
 
 }  // namespace pellium::test
