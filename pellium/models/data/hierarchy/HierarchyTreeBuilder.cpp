@@ -1,7 +1,6 @@
 #include "pellium/models/data/hierarchy/HierarchyTreeBuilder.h"
 
 #include <algorithm>
-#include <limits>
 #include <string_view>
 
 #include "pellium/models/data/dataset/Column.h"
