@@ -7,6 +7,7 @@
 
 #include "pellium/formatters/HebrewCalendar.h"
 #include "pellium/resources/localization/LocalizationContext.h"
+#include "pellium/util/MathUtilities.h"
 #include "pellium/util/StringUtilities.h"
 #include "pellium/util/TimeUtilities.h"
 #include "pellium/util/TimeZone.h"
@@ -132,13 +133,6 @@ int codePoints(std::string_view text) {
 }
 
 constexpr auto SECONDS_PER_DAY = static_cast<std::int64_t>(TimeUtilities::SECONDS_PER_DAY);
-
-// std::floor for a magnitude below 2^63: a conversion and a comparison, where std::floor is a long
-// instruction sequence on the baseline x86-64.
-std::int64_t floorToInteger(double value) {
-    const auto truncated = static_cast<std::int64_t>(value);
-    return value < static_cast<double>(truncated) ? truncated - 1 : truncated;
-}
 
 std::int64_t floorDivide(std::int64_t dividend, std::int64_t divisor) {
     const std::int64_t quotient = dividend / divisor;
@@ -560,15 +554,15 @@ bool DateFormatter::computeFields(double value, ValueKind kind, Fields& fields) 
     if (kind == ValueKind::ElapsedTime) {
         fields.negative = std::signbit(value);  // -0.0 is the "-0" that HOUR writes for -1800
         const double magnitude = std::fabs(value);
-        const std::int64_t seconds = floorToInteger(magnitude);
+        const std::int64_t seconds = MathUtilities::floorToInteger(magnitude);
         fields.nanoseconds = fractionInNanoseconds(magnitude, magnitude - static_cast<double>(seconds));
         fields.second = static_cast<int>(seconds % 60);
         fields.hours = seconds / 3600;
         fields.minutes = showsHours_ ? (seconds / 60) % 60 : seconds / 60;
     } else if (kind == ValueKind::Date) {
-        dayNumber = static_cast<double>(floorToInteger(value));
+        dayNumber = static_cast<double>(MathUtilities::floorToInteger(value));
     } else {
-        const std::int64_t wholeSeconds = floorToInteger(value);
+        const std::int64_t wholeSeconds = MathUtilities::floorToInteger(value);
         const std::int64_t day = floorDivide(wholeSeconds, SECONDS_PER_DAY);
         const std::int64_t seconds = wholeSeconds - day * SECONDS_PER_DAY;
         dayNumber = static_cast<double>(day);

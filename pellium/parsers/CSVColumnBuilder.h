@@ -49,8 +49,6 @@ public:
     void prefetch(const CSVField& field, const StringTableBuilder& strings) const {
         if (kind_ == Kind::STRING && !field.hasDoubledQuotes) {
             strings.prefetch(field.text, stringIndex_);
-        } else if (parser_) {
-            parsed_.prefetch(field.text);
         }
     }
 

@@ -52,12 +52,6 @@ bool CSVParsedTextCache::find(std::string_view text, double& number) const {
     return true;
 }
 
-void CSVParsedTextCache::prefetch(std::string_view text) const {
-    if (!slots_.empty() && text.size() <= MAXIMUM_TEXT_BYTES) {
-        __builtin_prefetch(&slots_[slotOf(wordsOf(text), text.size())]);
-    }
-}
-
 void CSVParsedTextCache::remember(std::string_view text, double number) {
     if (text.size() > MAXIMUM_TEXT_BYTES) {
         return;

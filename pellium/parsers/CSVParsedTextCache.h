@@ -20,9 +20,6 @@ public:
 
     /// True, setting `number`, when `text` was remembered and still holds its slot.
     bool find(std::string_view text, double& number) const;
-    /// Starts loading the slot of `text`, so that a reader that looks up several fields of a row
-    /// lets their memory latencies overlap. Changes nothing.
-    void prefetch(std::string_view text) const;
     /// Remembers that `text` reads as `number`; texts too long to remember are ignored.
     void remember(std::string_view text, double number);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "pellium/Export.h"
@@ -12,8 +13,8 @@ namespace pellium {
 /// `a` is the value under test (a cell), `b` the value it is compared with and `e` the tolerance.
 /// Two values are equal when they differ by at most `e`, or by at most `e` times the larger
 /// magnitude. NaN stands for a missing value and sorts below every number: it equals only NaN,
-/// and is less than everything else. An infinity equals only the same infinity. The comparisons
-/// are inline because they sit in per-row loops.
+/// and is less than everything else. An infinity equals only the same infinity. The comparisons,
+/// and the integer floor beside them, are inline because they sit in per-row loops.
 class PELLIUM_EXPORT MathUtilities {
 public:
     MathUtilities() = delete;
@@ -60,6 +61,14 @@ public:
     static bool epsilon_ne(double a, double b, double e) noexcept { return !epsilon_eq(a, b, e); }
     static bool epsilon_lt(double a, double b, double e) noexcept { return !epsilon_ge(a, b, e); }
     static bool epsilon_gt(double a, double b, double e) noexcept { return !epsilon_le(a, b, e); }
+
+    /// std::floor as an integer, for a `value` of magnitude below 2^63, which the caller checks:
+    /// a conversion and a comparison, where std::floor is a call or a long instruction sequence
+    /// on the baseline x86-64.
+    static std::int64_t floorToInteger(double value) noexcept {
+        const auto truncated = static_cast<std::int64_t>(value);
+        return value < static_cast<double>(truncated) ? truncated - 1 : truncated;
+    }
 
 private:
     static constexpr double POSITIVE_INFINITY = std::numeric_limits<double>::infinity();

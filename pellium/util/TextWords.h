@@ -4,12 +4,14 @@
 #include <cstring>
 #include <string_view>
 
+#include "pellium/Export.h"
+
 namespace pellium {
 
 /// Bytes of a text read as machine words, for the hot loops that hash, compare and scan texts a
 /// word at a time: loads at any alignment without aliasing trouble, and the two words that stand
 /// for a short text. Every read stays inside the bytes it is given.
-class TextWords {
+class PELLIUM_EXPORT TextWords {
 public:
     TextWords() = delete;
 

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "pellium/util/MathUtilities.h"
+
 namespace pellium {
 
 namespace {
@@ -43,9 +45,7 @@ bool toDayIndex(double dayNumber, std::int64_t& dayIndex) {
     if (!(dayNumber >= TimeUtilities::FIRST_DAY_NUMBER && dayNumber < TimeUtilities::LAST_DAY_NUMBER + 1.0)) {
         return false;
     }
-    // The floor by truncation, which the range makes exact, without a call into the math library.
-    const auto truncated = static_cast<std::int64_t>(dayNumber);
-    dayIndex = truncated - (static_cast<double>(truncated) > dayNumber ? 1 : 0);
+    dayIndex = MathUtilities::floorToInteger(dayNumber);
     return true;
 }
 
